@@ -1,0 +1,39 @@
+# DLLs that the launcher loads at their first use instead of at its start. Most
+# starts need few of them, and a DLL loaded by our own helper comes from Windows'
+# system folder alone, never from the folder that the player unpacked.
+#
+# kov_system: the same DLLs linked in the usual way, for tests.
+add_library(kov_system INTERFACE)
+target_link_libraries(kov_system INTERFACE winhttp ws2_32 shell32 user32 advapi32)
+
+# kov_delay_import(<dll name without .dll> <function>...): an import library whose
+# functions load the DLL when the first of them is called; gathers in kov_delayed.
+add_library(kov_delayed INTERFACE)
+
+function(kov_delay_import dll)
+  if(NOT MINGW)
+    target_link_libraries(kov_delayed INTERFACE ${dll} delayimp)
+    target_link_options(kov_delayed INTERFACE
+      /DELAYLOAD:${dll}.dll /DEPENDENTLOADFLAG:0x800)
+    return()
+  endif()
+  list(JOIN ARGN "\n" functions)
+  set(base ${CMAKE_CURRENT_BINARY_DIR}/delay_${dll})
+  file(CONFIGURE OUTPUT ${base}.def @ONLY
+    CONTENT "LIBRARY ${dll}.dll\nEXPORTS\n@functions@\n")
+  add_custom_command(OUTPUT ${base}.a
+    COMMAND x86_64-w64-mingw32-dlltool -m i386:x86-64 -d ${base}.def -y ${base}.a
+    DEPENDS ${base}.def VERBATIM)
+  add_custom_target(delay_${dll} DEPENDS ${base}.a)
+  add_dependencies(kov_delayed delay_${dll})
+  target_link_libraries(kov_delayed INTERFACE ${base}.a)
+endfunction()
+
+kov_delay_import(winhttp
+  WinHttpCloseHandle WinHttpConnect WinHttpCrackUrl WinHttpOpen WinHttpOpenRequest
+  WinHttpReadData WinHttpReceiveResponse WinHttpSendRequest)
+kov_delay_import(ws2_32
+  WSACleanup WSAStartup closesocket connect htonl htons recv send socket)
+kov_delay_import(shell32 ShellExecuteA)
+kov_delay_import(user32 MessageBoxA MessageBoxW)
+kov_delay_import(advapi32 RegCloseKey RegOpenKeyExW RegQueryValueExW)

@@ -1,0 +1,31 @@
+# kov_flags: how the product's own code is compiled (the launcher, the card and
+# the text logic in every build).
+add_library(kov_flags INTERFACE)
+target_link_libraries(kov_flags INTERFACE kov_warnings)
+
+if(MINGW)
+  target_compile_options(kov_flags INTERFACE
+    -Os -ffunction-sections -fdata-sections -fstack-protector-strong
+    -fno-exceptions -fno-threadsafe-statics)
+  # For tests: the toolchain's own library of the stack protector. Programs that ship
+  # bring core/stack_guard_win.cpp, which makes the linker leave it out.
+  target_link_libraries(kov_flags INTERFACE ssp)
+elseif(KOV_FUZZ)
+  target_compile_options(kov_flags INTERFACE
+    -O1 -g -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all)
+  target_link_options(kov_flags INTERFACE -fsanitize=address,undefined)
+elseif(KOV_SANITIZE)
+  target_compile_options(kov_flags INTERFACE
+    -O1 -g -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)
+  target_link_options(kov_flags INTERFACE -fsanitize=address,undefined)
+endif()
+
+# How a program that ships is linked: one file, nothing but Windows' own DLLs,
+# with the hardening that the toolchain offers.
+add_library(kov_ship INTERFACE)
+if(MINGW)
+  target_link_options(kov_ship INTERFACE
+    -municode -static -s
+    -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va
+    -Wl,--no-insert-timestamp)
+endif()

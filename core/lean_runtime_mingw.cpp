@@ -1,0 +1,30 @@
+// The launcher throws and catches nothing. These definitions stand in for those parts of
+// the C++ runtime that only serve to throw: no memory left or a position that does not
+// exist ends the program. Without them the runtime brings exceptions, a demangler, a
+// second string class and a threads library along, more than all of the launcher itself.
+#include <cstdlib>
+#include <new>
+
+// Memory ----------------------------------------------------------------------
+
+void* operator new(std::size_t bytes) {
+  void* memory = std::malloc(bytes == 0 ? 1 : bytes);
+  if (memory == nullptr) std::abort();
+  return memory;
+}
+
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
+// What the standard library's containers call on misuse -------------------------
+
+namespace std {
+
+[[noreturn]] void __throw_length_error(const char*) { abort(); }
+[[noreturn]] void __throw_logic_error(const char*) { abort(); }
+[[noreturn]] void __throw_out_of_range(const char*) { abort(); }
+[[noreturn]] void __throw_out_of_range_fmt(const char*, ...) { abort(); }
+[[noreturn]] void __throw_bad_alloc() { abort(); }
+[[noreturn]] void __throw_bad_array_new_length() { abort(); }
+
+}  // namespace std

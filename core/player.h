@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "core/settings.h"
+
+namespace launcher {
+
+/// The player's name in UTF-8 as the race server gets it: "anonymous" when the
+/// settings have none; the Steam persona as it stands; a name from launcher.ini
+/// converted from the ANSI code page.
+[[nodiscard]] std::string playerName(const Settings& settings);
+
+}  // namespace launcher

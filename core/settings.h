@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace launcher {
+
+/// Every value of launcher.ini. A text is empty when its key is absent; no key
+/// has a default here. Texts are bytes as the file has them, which for paths
+/// and names means the ANSI code page. What a search puts into `game` or `steam` is UTF-8
+/// and goes to the same narrow calls. The field names are the file's keys.
+struct Settings {
+  std::string game;           ///< full path of the game's executable; UTF-8 once it was searched for
+  std::string receipt;        ///< path of the receipt that the race mod writes (required)
+  std::string data;           ///< the data folder (required)
+  std::string server;         ///< base address of the race server; empty: no server
+  std::string steam;          ///< full path of steam.exe; UTF-8 once it was searched for
+  std::string appid;          ///< Steam app id that starts the game
+  std::string player;         ///< player name; later the Steam persona, when there is one
+  std::string difficulty;     ///< "easy", "normal" or "nightmare"
+  bool playerFromSteam = false;  ///< `player` is the Steam persona and so UTF-8 already
+  std::string timer;          ///< "1" asks for the timer overlay
+  std::string install_from;   ///< folder of the mod package
+  bool dryrun = false;        ///< the value is exactly "1"
+  std::string livesplit;      ///< full path of LiveSplit.exe; empty: no LiveSplit
+  std::string livesplit_lss;  ///< full path of the race's splits file
+};
+
+/// The settings in the bytes of a launcher.ini:
+///
+///     # a comment; so is a line that begins with ;
+///     game = D:\Games\Backrooms-Win64-Shipping.exe
+///     receipt=%LOCALDATA%\receipt.json
+///
+/// Read as a C library reads text, in lines of at most 1023 bytes; a longer line
+/// counts as several. Keys are exact in letter case, unknown ones are ignored,
+/// the last of several wins, values are trimmed and otherwise kept whole (a
+/// further "=" or a comment behind a value is part of it). Nothing is expanded.
+[[nodiscard]] Settings parseSettings(std::string_view bytes);
+
+/// The race's web site as a "site" line of launcher.ini names it, or `builtIn`
+/// when no line gives one. This line has rules of its own: lines of at most 511
+/// bytes, no blank before the key, trailing blanks and double quotes stripped
+/// from the value, of which only what follows a remaining first double quote is
+/// kept; a trailing slash stays; the last value that is not empty wins.
+[[nodiscard]] std::string siteBaseFrom(std::string_view bytes, std::string_view builtIn);
+
+}  // namespace launcher

@@ -1,0 +1,33 @@
+// The stack protector's two symbols. The toolchain's own library asks a cryptographic
+// provider for the guard value at every start, which loads further DLLs; here it is made
+// of what differs from start to start, as the Windows compiler's own runtime does it.
+#include "core/win_handle.h"
+
+extern "C" {
+
+ULONG_PTR __stack_chk_guard = 0;
+
+[[noreturn]] void __stack_chk_fail() {
+  TerminateProcess(GetCurrentProcess(), static_cast<UINT>(STATUS_STACK_BUFFER_OVERRUN));
+  for (;;) {
+  }
+}
+
+}  // extern "C"
+
+namespace {
+
+// Runs before every other initializer, and must not be guarded by what it sets up.
+[[gnu::constructor(101), gnu::no_stack_protector]] void chooseGuard() {
+  FILETIME time = {};
+  GetSystemTimeAsFileTime(&time);
+  LARGE_INTEGER counter = {};
+  (void)QueryPerformanceCounter(&counter);
+  ULONG_PTR value = (static_cast<ULONG_PTR>(time.dwHighDateTime) << 32) ^ time.dwLowDateTime;
+  value ^= static_cast<ULONG_PTR>(counter.QuadPart) * 0x9E3779B97F4A7C15u;
+  value ^= static_cast<ULONG_PTR>(GetCurrentProcessId()) << 16;
+  value ^= reinterpret_cast<ULONG_PTR>(&time);  // placed by address space randomization
+  __stack_chk_guard = value & ~static_cast<ULONG_PTR>(0xFF);  // a NUL stops text overruns
+}
+
+}  // namespace

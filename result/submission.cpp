@@ -1,0 +1,45 @@
+#include "result/submission.h"
+
+#include "result/flat_json.h"
+
+namespace launcher {
+namespace {
+
+void takeOver(std::string& target, std::optional<std::string> value) {
+  if (value) target = std::move(*value);
+}
+
+}  // namespace
+
+std::string submissionPayload(std::string_view player, std::string_view steamId,
+                              std::string_view difficulty, std::string_view receipt) {
+  std::string payload = "{\"player\":\"";
+  payload.append(player).append("\"");
+  if (!steamId.empty()) payload.append(",\"playerId\":\"").append(steamId).append("\"");
+  if (findText(receipt, "\"difficulty\":", 0) == npos) {
+    payload.append(",\"difficulty\":\"").append(difficulty).append("\"");
+  }
+  payload.append(",").append(receipt.substr(1));
+  return payload;
+}
+
+std::optional<std::string> replyToken(std::string_view reply) {
+  return quotedValueAfter(reply, "\"token\":");
+}
+
+void readOutcome(UploadOutcome& outcome, const std::string& reply, std::string_view difficulty,
+                 std::string_view receipt) {
+  outcome.difficulty = difficulty;
+  takeOver(outcome.total, rawValueAfter(receipt, "\"total\":"));
+  takeOver(outcome.ending, quotedValueAfter(receipt, "\"ending\":\""));
+  outcome.rank = integerAfter(reply, "\"rank\":", outcome.rank);
+  outcome.points = integerAfter(reply, "\"points\":", outcome.points);
+}
+
+std::string profileAddress(std::string_view siteBase, std::string_view token) {
+  std::string address(siteBase);
+  address.append("/profile?token=").append(token);
+  return address;
+}
+
+}  // namespace launcher

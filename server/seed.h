@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace launcher {
+
+/// The week's seed in the text of a week.json: the decimal digits behind the first
+/// "seed" in quotes and the next colon, with only blanks and tabs between.
+///
+///     {"week":"2026-W47","seed": 12345,"map":"Level 0"}
+///
+/// Digits are kept as they stand ("0042"; "12.5" gives "12"). Empty when there are
+/// none (absent, quoted, negative, null) or the text is shorter than 6 bytes.
+[[nodiscard]] std::string scanSeed(std::string_view week);
+
+}  // namespace launcher

@@ -1,0 +1,43 @@
+#include "steam/discovery.h"
+
+#include "core/file_io.h"
+#include "core/platform.h"
+#include "steam/libraries.h"
+#include "steam/registry_win.h"
+
+namespace launcher {
+namespace {
+
+constexpr char kUsualSteamFolder[] = "C:\\Program Files (x86)\\Steam";
+constexpr char kLibraryFile[] = "\\steamapps\\libraryfolders.vdf";
+constexpr char kLoginUsersFile[] = "\\config\\loginusers.vdf";
+constexpr char kGameInLibrary[] =
+    "\\steamapps\\common\\EscapeTheBackrooms\\EscapeTheBackrooms\\Binaries\\Win64\\"
+    "Backrooms-Win64-Shipping.exe";
+
+}  // namespace
+
+std::vector<std::string> listSteamLibraries(const std::string& steamRoot) {
+  if (steamRoot.empty()) return {};
+  return libraryFolders(steamRoot, readWholeFile(steamRoot + kLibraryFile), ansiToUtf8);
+}
+
+std::string findGameExe(const std::string& steamRoot) {
+  // The narrow existence test gets UTF-8 text, so a library whose name is not
+  // plain ASCII is found only where the ANSI code page is UTF-8.
+  for (const std::string& folder : listSteamLibraries(steamRoot)) {
+    std::string candidate = folder + kGameInLibrary;
+    if (pathExists(candidate)) return candidate;
+  }
+  return {};
+}
+
+SteamAccount detectSteamAccount() {
+  std::string root = readSteamRoot();
+  if (root.empty()) root = kUsualSteamFolder;
+  return recentAccount(readWholeFile(root + kLoginUsersFile));
+}
+
+std::string detectSteamPersona() { return detectSteamAccount().persona; }
+
+}  // namespace launcher

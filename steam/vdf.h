@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace launcher {
+
+/// Every quoted run of a Steam text file, in order, without its quotes:
+///
+///     "users" { "76561198000000001" { "PersonaName"  "someone" } }
+///
+/// gives users, 76561198000000001, PersonaName, someone. Whatever stands outside
+/// quotes is ignored, braces included. There are no escapes: a backslash is kept,
+/// and a quote behind one ends the token. An unclosed last quote gives no token.
+[[nodiscard]] std::vector<std::string> tokenizeVdf(std::string_view text);
+
+}  // namespace launcher
