@@ -127,8 +127,13 @@ TEST(Account, mostRecentBeforeTheNameRecordsAnEmptyName) {
   EXPECT_EQ(recent(id(kFirstId) + "'PersonaName' 'A' " + id(kSecondId) +
                    "'MostRecent' '1' 'PersonaName' 'B'"),
             "76561198000000002/A");
-  // An id starts with no name, whatever the account before was called.
   EXPECT_EQ(recent(id(kFirstId) + "'MostRecent' '1'"), "76561198000000001/");
+}
+
+TEST(Account, idStartsWithNoNameWhateverTheAccountBeforeWasCalled) {
+  EXPECT_EQ(recent(id(kFirstId) + "'PersonaName' 'A' 'PersonaName' 'B' " + id(kSecondId) +
+                   "'MostRecent' '1'"),
+            "76561198000000002/A");
 }
 
 TEST(Account, firstAccountIsRecordedOnceWithItsFirstName) {

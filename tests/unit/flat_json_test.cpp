@@ -112,6 +112,11 @@ TEST(FlatJson, rawFieldIsCutAtACommaOrBraceInsideItsValue) {
   EXPECT_EQ(rawJsonField("{\"status\":\"a}b\"}", "\"status\""), "\"a");
 }
 
+TEST(FlatJson, bracketsEndNoValue) {
+  EXPECT_EQ(rawJsonField("{\"total\":[1]{ ]}", "\"total\""), "[1]{ ]");
+  EXPECT_EQ(rawValueAfter("{\"total\":[1]{ ]}", "\"total\":"), MaybeText("[1]{ ]"));
+}
+
 TEST(FlatJson, rawFieldTakesTheFirstColonFromItsKeyOn) {
   // The colon may belong to the next member, or to the key itself.
   EXPECT_EQ(rawJsonField("{\"total\",\"x\":5}", "\"total\""), "5");

@@ -301,7 +301,7 @@ std::optional<double> plainTime(const std::string& reply) {
 // Comparisons --------------------------------------------------------------
 
 const Parts kJsonParts = {
-    "\"", "\"", ":", ",", "}", "{", " ", "\t", "\r\n", "\\", "\0"s, "\xFF", "赛",
+    "\"", "\"", ":", ",", "}", "{", "]", " ", "\t", "\r\n", "\\", "\0"s, "\xFF", "赛",
     "1", "2.5", "-3", "main", "exit", "true", "arcade",
     "\"status\"", "\"status\":", "\"status\":\"", "status\":",
     "\"ending\"", "\"ending\":", "\"ending\":\"",
