@@ -9,12 +9,6 @@ namespace {
 
 constexpr std::string_view kValueEnds = ",}";
 
-/// Positions of a value: from `begin` up to, not including, `end`.
-struct Span {
-  std::size_t begin;
-  std::size_t end;
-};
-
 std::string replaceSpan(std::string_view text, const Span& span, std::string_view value) {
   std::string result;
   result.reserve(text.size() + value.size());
@@ -23,28 +17,11 @@ std::string replaceSpan(std::string_view text, const Span& span, std::string_vie
 }
 
 std::optional<Span> quotedSpan(std::string_view text, std::string_view pattern) {
-  const std::size_t hit = findText(text, pattern, 0);
-  if (hit == npos) return std::nullopt;
-  const std::size_t behind = hit + pattern.size();
-  const bool opened = pattern.ends_with('"');
-  const std::size_t open = opened ? behind - 1 : findChar(text, '"', behind);
-  if (open == npos) return std::nullopt;
-  const std::size_t close = findChar(text, '"', open + 1);
-  if (close == npos) return std::nullopt;
-  return Span{open + 1, close};
+  return quotedSpanAt(text, findText(text, pattern, 0), pattern);
 }
 
 std::optional<Span> rawSpan(std::string_view text, std::string_view pattern) {
-  const std::size_t hit = findText(text, pattern, 0);
-  if (hit == npos) return std::nullopt;
-  const std::size_t begin = hit + pattern.size();
-  const std::size_t end = findFirstOf(text, kValueEnds, begin);
-  if (end == npos) return std::nullopt;
-  return Span{begin, end};
-}
-
-std::string textOf(std::string_view text, const Span& span) {
-  return std::string(text.substr(span.begin, span.end - span.begin));
+  return rawSpanAt(text, findText(text, pattern, 0), pattern);
 }
 
 }  // namespace
@@ -61,6 +38,30 @@ std::size_t findFirstOf(std::string_view text, std::string_view set, std::size_t
   return text.find_first_of(set, start);
 }
 
+std::string_view spanText(std::string_view text, const Span& span) {
+  return text.substr(span.begin, span.end - span.begin);
+}
+
+std::optional<Span> quotedSpanAt(std::string_view text, std::size_t hit,
+                                 std::string_view pattern) {
+  if (hit == npos) return std::nullopt;
+  const std::size_t behind = hit + pattern.size();
+  const bool opened = pattern.ends_with('"');
+  const std::size_t open = opened ? behind - 1 : findChar(text, '"', behind);
+  if (open == npos) return std::nullopt;
+  const std::size_t close = findChar(text, '"', open + 1);
+  if (close == npos) return std::nullopt;
+  return Span{open + 1, close};
+}
+
+std::optional<Span> rawSpanAt(std::string_view text, std::size_t hit, std::string_view pattern) {
+  if (hit == npos) return std::nullopt;
+  const std::size_t begin = hit + pattern.size();
+  const std::size_t end = findFirstOf(text, kValueEnds, begin);
+  if (end == npos) return std::nullopt;
+  return Span{begin, end};
+}
+
 std::string rawJsonField(std::string_view text, std::string_view key) {
   const std::size_t hit = findText(text, key, 0);
   if (hit == npos) return "-";
@@ -73,13 +74,13 @@ std::string rawJsonField(std::string_view text, std::string_view key) {
 std::optional<std::string> rawValueAfter(std::string_view text, std::string_view pattern) {
   const std::optional<Span> span = rawSpan(text, pattern);
   if (!span) return std::nullopt;
-  return textOf(text, *span);
+  return std::string(spanText(text, *span));
 }
 
 std::optional<std::string> quotedValueAfter(std::string_view text, std::string_view pattern) {
   const std::optional<Span> span = quotedSpan(text, pattern);
   if (!span) return std::nullopt;
-  return textOf(text, *span);
+  return std::string(spanText(text, *span));
 }
 
 std::string replaceQuotedValue(std::string_view text, std::string_view pattern,

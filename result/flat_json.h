@@ -28,6 +28,25 @@ inline constexpr std::size_t npos = std::string_view::npos;
 [[nodiscard]] std::size_t findFirstOf(std::string_view text, std::string_view set,
                                       std::size_t start);
 
+/// The place of a value in a text: from `begin` up to, not including, `end`.
+struct Span {
+  std::size_t begin;
+  std::size_t end;
+};
+
+/// The text at that place.
+[[nodiscard]] std::string_view spanText(std::string_view text, const Span& span);
+
+/// Place of the quoted value behind a `pattern` that stands at `hit`, as
+/// quotedValueAfter() finds it; nothing when `hit` is npos.
+[[nodiscard]] std::optional<Span> quotedSpanAt(std::string_view text, std::size_t hit,
+                                               std::string_view pattern);
+
+/// Place of the raw value behind a `pattern` that stands at `hit`, as rawValueAfter()
+/// finds it; nothing when `hit` is npos.
+[[nodiscard]] std::optional<Span> rawSpanAt(std::string_view text, std::size_t hit,
+                                            std::string_view pattern);
+
 /// The trimmed text between the first colon at or after `key` (a literal with its
 /// quotes, such as "\"status\"") and the next "," or "}", or the end of the text.
 /// Strings keep their quotes. "-" when the key or the colon is absent.

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-
-#include "result/flat_json.h"
+#include <utility>
 
 namespace launcher {
 namespace {
@@ -15,10 +14,10 @@ constexpr Rejection kNoEndingScreen = {
     "run not finished (no ending screen)"};
 
 constexpr std::string_view kEndingMark = "ENDING:";
-constexpr std::string_view kMapPattern = "\"map\":\"";
-constexpr std::string_view kTimePattern = "\"t\":";
-constexpr std::string_view kEndingMaps[] = {"3999", "Tunnel", "Final Escape", "Neon",
-                                            kEndingMark};
+constexpr std::string_view kStatus = "\"status\":";
+constexpr std::string_view kEnding = "\"ending\":";
+constexpr std::string_view kTotal = "\"total\":";
+constexpr std::string_view kTime = "\"t\":";
 constexpr std::string_view kEndings[] = {"arcade", "main", "true"};
 constexpr std::string_view kDifficulties[] = {"easy", "normal", "nightmare"};
 constexpr int kSplitsOfTrueEnding = 45;
@@ -33,51 +32,64 @@ bool isOneOf(std::string_view word, const Words& words) {
   return std::find(std::begin(words), std::end(words), word) != std::end(words);
 }
 
-bool isEndingMap(std::string_view map) {
-  return std::any_of(std::begin(kEndingMaps), std::end(kEndingMaps),
-                     [map](std::string_view part) { return contains(map, part); });
-}
-
 }  // namespace
 
-std::optional<Rejection> rejectReceipt(std::string_view text, bool isModResult) {
-  if (!text.starts_with('{')) return kInvalid;
-  if (!isModResult && !contains(text, "\"map\":\"ENDING:")) return kNoEndingScreen;
+Receipt::Receipt(std::string text)
+    : text_(std::move(text)), keys_(findReceiptKeys(text_)) {}
+
+std::optional<Rejection> Receipt::reject(bool isModResult) const {
+  if (!text_.starts_with('{')) return kInvalid;
+  if (!isModResult && !keys_.hasEndingMark) return kNoEndingScreen;
   return std::nullopt;
 }
 
-EndingSplit findEndingSplit(const std::string& text) {
-  const std::string_view view = text;
-  EndingSplit split;
-  std::size_t endingClose = npos;
-  std::size_t position = 0;
-  for (;;) {
-    const std::size_t hit = findText(view, kMapPattern, position);
-    if (hit == npos) break;
-    const std::size_t begin = hit + kMapPattern.size();
-    const std::size_t close = findChar(view, '"', begin);
-    if (close == npos) break;
-    position = close;
-    const std::string_view map = view.substr(begin, close - begin);
-    if (!isEndingMap(map)) continue;
-    split.found = true;
-    split.map = map;
-    endingClose = close;
-  }
-  // Only the last ending split's time is wanted. Looking for it once, here, keeps the
-  // walk linear when many splits have no time of their own.
-  if (split.found) split.seconds = numberAfterFrom(text, kTimePattern, endingClose, kNoTime);
-  return split;
+EndingSplit Receipt::endingSplit() const {
+  if (keys_.endingMap == npos) return {};
+  return {true, text_.substr(keys_.endingMap, keys_.endingMapEnd - keys_.endingMap),
+          numberAfterFrom(text_, kTime, keys_.endingMapEnd, kNoTime)};
 }
 
-int countSplits(std::string_view text) {
-  constexpr std::string_view kIndexPattern = "\"i\":";
-  int count = 0;
-  for (std::size_t hit = findText(text, kIndexPattern, 0); hit != npos;
-       hit = findText(text, kIndexPattern, hit + kIndexPattern.size())) {
-    ++count;
-  }
-  return count;
+void Receipt::replaceQuoted(std::size_t key, std::string_view pattern, std::string_view value) {
+  const std::optional<Span> span = quotedSpanAt(text_, key, pattern);
+  if (!span || spanText(text_, *span) == value) return;
+  // A colon behind the closing quote makes the value a key, the old one or the new.
+  const bool isKey = span->end + 1 < text_.size() && text_[span->end + 1] == ':';
+  replaceSpan(*span, value, !isKey);
+}
+
+void Receipt::replaceSpan(const Span& span, std::string_view value, bool keysStay) {
+  text_.replace(span.begin, span.end - span.begin, value);
+  keys_ = keysStay ? movedKeys(keys_, span.begin, span.end, value.size())
+                   : findReceiptKeys(text_);
+}
+
+void Receipt::settleEnding(std::string_view inferredEnding) {
+  replaceQuoted(keys_.status, kStatus, "ending");
+  const std::optional<Span> written = quotedSpanAt(text_, keys_.ending, kEnding);
+  if (!written || isOneOf(spanText(text_, *written), kEndings)) return;
+  replaceQuoted(keys_.ending, kEnding, inferredEnding);
+}
+
+double Receipt::lastSplitSeconds() const {
+  if (keys_.lastTime == npos) return kNoTime;
+  return numberAfterFrom(text_, kTime, keys_.lastTime, kNoTime);
+}
+
+std::optional<std::string> Receipt::replaceTotal(double seconds) {
+  const std::optional<Span> span = rawSpanAt(text_, keys_.total, kTotal);
+  if (!span) return std::nullopt;
+  std::string old(spanText(text_, *span));
+  char formatted[64] = {};
+  (void)std::snprintf(formatted, sizeof(formatted), "%.2f", seconds);
+  replaceSpan(*span, formatted, findChar(old, '"', 0) == npos);
+  return old;
+}
+
+std::optional<std::string> Receipt::gameDifficulty() const {
+  const std::optional<Span> span =
+      quotedSpanAt(text_, keys_.difficultyText, "\"difficulty\":\"");
+  if (!span || !isDifficulty(spanText(text_, *span))) return std::nullopt;
+  return std::string(spanText(text_, *span));
 }
 
 std::string inferEnding(std::string_view endingMap, int splitCount) {
@@ -92,33 +104,6 @@ std::string inferEnding(std::string_view endingMap, int splitCount) {
     return splitCount < kSplitsOfTrueEnding ? "arcade" : "true";
   }
   return "main";
-}
-
-std::string settleEnding(std::string_view text, std::string_view inferredEnding) {
-  std::string settled = replaceQuotedValue(text, "\"status\":", "ending");
-  const std::optional<std::string> written = quotedValueAfter(settled, "\"ending\":");
-  if (!written || isOneOf(*written, kEndings)) return settled;
-  return replaceQuotedValue(settled, "\"ending\":", inferredEnding);
-}
-
-double lastSplitSeconds(const std::string& text) {
-  const std::size_t last = text.rfind(kTimePattern);
-  return last == npos ? kNoTime : numberAfterFrom(text, kTimePattern, last, kNoTime);
-}
-
-std::optional<ReplacedTotal> replaceTotal(std::string_view text, double seconds) {
-  constexpr std::string_view kTotalPattern = "\"total\":";
-  const std::optional<std::string> old = rawValueAfter(text, kTotalPattern);
-  if (!old) return std::nullopt;
-  char formatted[64] = {};
-  (void)std::snprintf(formatted, sizeof(formatted), "%.2f", seconds);
-  return ReplacedTotal{replaceRawValue(text, kTotalPattern, formatted), *old};
-}
-
-std::optional<std::string> gameDifficulty(std::string_view text) {
-  std::optional<std::string> written = quotedValueAfter(text, "\"difficulty\":\"");
-  if (!written || !isDifficulty(*written)) return std::nullopt;
-  return written;
 }
 
 bool isDifficulty(std::string_view word) { return isOneOf(word, kDifficulties); }

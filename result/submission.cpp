@@ -12,14 +12,14 @@ void takeOver(std::string& target, std::optional<std::string> value) {
 }  // namespace
 
 std::string submissionPayload(std::string_view player, std::string_view steamId,
-                              std::string_view difficulty, std::string_view receipt) {
+                              std::string_view difficulty, const Receipt& receipt) {
   std::string payload = "{\"player\":\"";
   payload.append(player).append("\"");
   if (!steamId.empty()) payload.append(",\"playerId\":\"").append(steamId).append("\"");
-  if (findText(receipt, "\"difficulty\":", 0) == npos) {
+  if (!receipt.hasDifficulty()) {
     payload.append(",\"difficulty\":\"").append(difficulty).append("\"");
   }
-  payload.append(",").append(receipt.substr(1));
+  payload.append(",").append(receipt.text(), 1);
   return payload;
 }
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "result/run_check.h"
+
 namespace launcher {
 
 /// What the last submission left for the result card. Texts are empty and numbers 0
@@ -20,10 +22,10 @@ struct UploadOutcome {
 
 /// The body of /submit: player, Steam id (when there is one), difficulty (when the
 /// receipt has no such key) and the receipt's own members behind them. Nothing is
-/// escaped. `receipt` begins with "{"; what stands behind its last "}" is kept.
+/// escaped. The receipt begins with "{"; what stands behind its last "}" is kept.
 [[nodiscard]] std::string submissionPayload(std::string_view player, std::string_view steamId,
                                             std::string_view difficulty,
-                                            std::string_view receipt);
+                                            const Receipt& receipt);
 
 /// The login code in a server's reply; nothing when it has none. An empty code counts.
 ///

@@ -1,5 +1,7 @@
 #include "result/upload.h"
 
+#include <utility>
+
 #include "core/file_io.h"
 #include "core/log.h"
 #include "core/paths.h"
@@ -25,7 +27,7 @@ struct ResultFile {
 
 /// A run that may be submitted.
 struct CheckedRun {
-  std::string text;  ///< the receipt as it is submitted
+  Receipt receipt;  ///< as it is submitted
   std::string difficulty;
 };
 
@@ -59,9 +61,9 @@ bool livesplitHasEnded() {
 }
 
 /// Logs LiveSplit's time beside the last split's; never decides anything.
-void crossCheck(const std::string& text) {
+void crossCheck(const Receipt& receipt) {
   constexpr double kEarlyStopSeconds = -2.0;
-  const double lastSplit = lastSplitSeconds(text);
+  const double lastSplit = receipt.lastSplitSeconds();
   double livesplit = 0.0;
   if (!livesplitReadTime(livesplit) || !(lastSplit > 0.0)) return;
   const double difference = livesplit - lastSplit;
@@ -72,54 +74,54 @@ void crossCheck(const std::string& text) {
   }
 }
 
-/// The receipt with the time that counts: the mod's own, or LiveSplit's when it has one.
-std::string chooseTime(std::string text, bool isModResult) {
+/// Puts in the time that counts: the mod's own, or LiveSplit's when it has one.
+void chooseTime(Receipt& receipt, bool isModResult) {
   if (isModResult) {
     logLine("mod in-game time is authoritative, livesplit only cross-checked");
-    return text;
+    return;
   }
   double seconds = 0.0;
   if (!livesplitReadTime(seconds)) {
     logLine("livesplit time unavailable, using receipt time");
-    return text;
+    return;
   }
-  std::optional<ReplacedTotal> replaced = replaceTotal(text, seconds);
-  if (!replaced) return text;
-  logLine("livesplit time used: %.2f (receipt said %s)", seconds, replaced->oldTotal.c_str());
-  return std::move(replaced->text);
+  const std::optional<std::string> oldTotal = receipt.replaceTotal(seconds);
+  if (!oldTotal) return;
+  logLine("livesplit time used: %.2f (receipt said %s)", seconds, oldTotal->c_str());
 }
 
-std::string settleDifficulty(const Settings& settings, const std::string& text) {
-  const std::optional<std::string> written = gameDifficulty(text);
+std::string settleDifficulty(const Settings& settings, const Receipt& receipt) {
+  const std::optional<std::string> written = receipt.gameDifficulty();
   if (!written) return settings.difficulty.empty() ? "normal" : settings.difficulty;
   logLine("difficulty from game (receipt): %s", written->c_str());
   return *written;
 }
 
 std::optional<CheckedRun> checkRun(const Settings& settings, const ResultFile& file) {
-  const std::optional<std::string> text = readFile(file.path);
+  std::optional<std::string> text = readFile(file.path);
   if (!text) {
     reject(settings, kNoReceipt);
     return std::nullopt;
   }
-  if (const auto rejection = rejectReceipt(*text, file.isModResult)) {
+  Receipt receipt(std::move(*text));
+  if (const auto rejection = receipt.reject(file.isModResult)) {
     reject(settings, *rejection);
     return std::nullopt;
   }
   const bool phaseEnded = livesplitHasEnded();
-  const EndingSplit ending = findEndingSplit(*text);
+  const EndingSplit ending = receipt.endingSplit();
   if (!phaseEnded && !ending.found) {
     reject(settings, kNoEndingMap);
     return std::nullopt;
   }
-  const std::string inferred = inferEnding(ending.map, countSplits(*text));
-  std::string settled = settleEnding(*text, inferred);
+  const std::string inferred = inferEnding(ending.map, receipt.splitCount());
+  receipt.settleEnding(inferred);
   logLine("ending inferred from splits: %s (map=%s t=%.2f)", inferred.c_str(),
           ending.map.c_str(), ending.seconds);
-  crossCheck(settled);
-  settled = chooseTime(std::move(settled), file.isModResult);
-  std::string difficulty = settleDifficulty(settings, settled);
-  return CheckedRun{std::move(settled), std::move(difficulty)};
+  crossCheck(receipt);
+  chooseTime(receipt, file.isModResult);
+  std::string difficulty = settleDifficulty(settings, receipt);
+  return CheckedRun{std::move(receipt), std::move(difficulty)};
 }
 
 /// Keeps the reply's login code and shows the profile page the first time one comes.
@@ -139,7 +141,7 @@ void takeToken(const Settings& settings, UploadOutcome& outcome) {
 
 bool submitRun(const Settings& settings, const CheckedRun& run, UploadOutcome& outcome) {
   const std::string payload = submissionPayload(
-      playerName(settings), detectSteamAccount().steamId, run.difficulty, run.text);
+      playerName(settings), detectSteamAccount().steamId, run.difficulty, run.receipt);
   std::string reply;
   if (!httpPostJson(stripTrailingSlashes(settings.server) + "/submit", payload, reply)) {
     logLine("upload failed (server unreachable), saved to pending queue");
@@ -147,7 +149,7 @@ bool submitRun(const Settings& settings, const CheckedRun& run, UploadOutcome& o
   }
   outcome.reply = std::move(reply);
   takeToken(settings, outcome);
-  readOutcome(outcome, outcome.reply, run.difficulty, run.text);
+  readOutcome(outcome, outcome.reply, run.difficulty, run.receipt.text());
   logLine("upload response: %s", outcome.reply.c_str());
   return acceptsRun(outcome.reply);
 }

@@ -16,7 +16,7 @@ struct SteamAccount {
 ///     "users" { "76561198000000001" { "PersonaName" "someone" "MostRecent" "1" } }
 ///
 /// The last account with "MostRecent" "1" wins; without one the first account
-/// that has a name. Id and name fall back on their own, so the recent account's
+/// with a "PersonaName". Id and name fall back on their own, so the recent account's
 /// id can come with the first account's name. Keys are exact in letter case, and
 /// a value is looked at as a key too (a persona called MostRecent is taken for
 /// one); the newest clients no longer write "MostRecent" at all.

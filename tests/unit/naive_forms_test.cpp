@@ -18,6 +18,7 @@
 #include "result/run_check.h"
 #include "server/seed.h"
 #include "steam/vdf.h"
+#include "tests/unit/receipt_forms.h"
 
 namespace launcher {
 namespace {
@@ -306,6 +307,7 @@ const Parts kJsonParts = {
     "\"status\"", "\"status\":", "\"status\":\"", "status\":",
     "\"ending\"", "\"ending\":", "\"ending\":\"",
     "\"total\"", "\"total\":", "\"t\"", "\"t\":", "\"i\":", "\"map\":\"", "map\":\"",
+    "\"difficulty\":", "\"difficulty\":\"", "easy", "\"map\":\"ENDING:",
     "ENDING:", "Neon", "Tunnel", "3999", "Final Escape", "Arcade", "Level 0"};
 
 const Parts kKeys = {"\"status\"", "\"ending\"", "\"total\"", "\"t\"", "\"i\"", "\"map\""};
@@ -369,6 +371,36 @@ TEST(NaiveForms, runJudgement) {
     ASSERT_EQ(rejectReceipt(text, false).has_value(), !marked) << text;
   }
   EXPECT_GT(endings, kTexts / 10);
+}
+
+/// All that a receipt tells, as one text.
+std::string tellings(Receipt receipt) {
+  const EndingSplit split = receipt.endingSplit();
+  std::string all = split.map + "/" + std::to_string(split.seconds) + "/" +
+                    std::to_string(receipt.splitCount()) + "/" +
+                    std::to_string(receipt.lastSplitSeconds()) + "/" +
+                    receipt.gameDifficulty().value_or("none") + "/" +
+                    (receipt.hasDifficulty() ? "key" : "no key") + "/" +
+                    (receipt.reject(false) ? "rejected" : "passed") + "/";
+  all += receipt.replaceTotal(5.0).value_or("no total");
+  return all + "/" + receipt.text();
+}
+
+// A receipt keeps its keys' places through its rewrites instead of looking for them again.
+TEST(NaiveForms, rewrittenReceiptTellsWhatItsTextSays) {
+  RandomTexts texts(11, kJsonParts, 40);
+  int rewritten = 0;
+  for (int i = 0; i < 5 * kTexts; ++i) {
+    const std::string text = "{" + texts.next();
+    Receipt receipt(text);
+    ASSERT_EQ(tellings(receipt), tellings(Receipt(receipt.text()))) << text;
+    receipt.settleEnding("arcade");
+    ASSERT_EQ(tellings(receipt), tellings(Receipt(receipt.text()))) << text;
+    (void)receipt.replaceTotal(3723.5);
+    ASSERT_EQ(tellings(receipt), tellings(Receipt(receipt.text()))) << text;
+    rewritten += receipt.text() != text ? 1 : 0;
+  }
+  EXPECT_GT(rewritten, kTexts / 10);
 }
 
 TEST(NaiveForms, inferredEnding) {

@@ -1,4 +1,5 @@
 #include "result/run_check.h"
+#include "tests/unit/receipt_forms.h"
 
 #include <gtest/gtest.h>
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/text.h"
+#include "tests/unit/receipt_forms.h"
 
 namespace launcher {
 namespace {
