@@ -1,0 +1,73 @@
+#include "card/line_break.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace launcher::card {
+namespace {
+
+using Lines = std::vector<std::u16string>;
+
+// Ten pixels for a Latin unit, twenty for everything else.
+class PlainMeasure final : public TextMeasure {
+ public:
+  [[nodiscard]] int width(std::u16string_view text) const override {
+    ++calls;
+    int width = 0;
+    for (const char16_t unit : text) width += unit < 0x100 ? 10 : 20;
+    return width;
+  }
+  mutable int calls = 0;
+};
+
+Lines broken(std::u16string_view text, int width, std::size_t lines = 9) {
+  return breakLines(text, width, lines, PlainMeasure());
+}
+
+TEST(CardLineBreak, textThatFitsStaysWhole) {
+  EXPECT_EQ(broken(u"a line", 60), (Lines{u"a line"}));
+  EXPECT_EQ(broken(u"", 60), Lines{});
+  EXPECT_EQ(broken(u"   ", 60), Lines{});
+}
+
+TEST(CardLineBreak, wordsBreakAtBlanks) {
+  EXPECT_EQ(broken(u"one two three", 70), (Lines{u"one two", u"three"}));
+  EXPECT_EQ(broken(u"one   two", 60), (Lines{u"one", u"two"}));
+}
+
+TEST(CardLineBreak, chineseBreaksAnywhereButBeforePunctuation) {
+  EXPECT_EQ(broken(u"成绩已保存", 40), (Lines{u"成绩", u"已保", u"存"}));
+  EXPECT_EQ(broken(u"成绩已，保存", 60), (Lines{u"成绩", u"已，保", u"存"}));
+  EXPECT_EQ(broken(u"成绩（保存）", 60), (Lines{u"成绩", u"（保", u"存）"}));
+}
+
+TEST(CardLineBreak, longWordsAreCutWhereTheLineEnds) {
+  EXPECT_EQ(broken(u"abcdefghij", 40), (Lines{u"abcd", u"efgh", u"ij"}));
+}
+
+TEST(CardLineBreak, whatDoesNotFitEndsInAnEllipsis) {
+  EXPECT_EQ(broken(u"one two three four", 70, 2), (Lines{u"one two", u"three…"}));
+  EXPECT_EQ(fitLine(u"abcdefgh", 60, PlainMeasure()), u"abcd…");
+}
+
+TEST(CardLineBreak, pairsStayWhole) {
+  EXPECT_EQ(broken(u"😀😀", 50), (Lines{u"😀", u"😀"}));
+  EXPECT_EQ(broken(u"😀a", 10), (Lines{u"😀", u"a"}));
+}
+
+TEST(CardLineBreak, linesNarrowerThanALetterStillEnd) {
+  EXPECT_EQ(broken(u"abc", 0, 3), (Lines{u"a", u"b", u"…"}));
+  EXPECT_EQ(fitLine(u"abc", -5, PlainMeasure()), u"…");
+}
+
+TEST(CardLineBreak, endlessTextCostsFewMeasurements) {
+  const PlainMeasure measure;
+  const Lines lines = breakLines(std::u16string(10000, u'x'), 300, 3, measure);
+  EXPECT_EQ(lines.size(), 3U);
+  EXPECT_LT(measure.calls, 100);
+}
+
+}  // namespace
+}  // namespace launcher::card

@@ -1,0 +1,227 @@
+#include "card/wording.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace launcher::card {
+namespace {
+
+using Texts = std::vector<std::u16string>;
+
+ResultArguments accepted() {
+  return {u"1", u"ok", u"754.56", u"normal", u"main", u"3", u"120", u"login code: K7Q2"};
+}
+
+ResultArguments undelivered(std::u16string_view message) {
+  return {u"0", u"fail", u"0", u"normal", u"main", u"0", u"0", std::u16string(message)};
+}
+
+Texts noteTexts(const CardContent& content) {
+  Texts texts;
+  for (const Note& note : content.notes) texts.push_back(note.text);
+  return texts;
+}
+
+TEST(CardWording, acceptedRunHasTimeTagsAndStats) {
+  const CardContent content = describeResult(accepted());
+  EXPECT_EQ(content.kind, Kind::ok);
+  EXPECT_EQ(content.windowTitle, u"KOV 周赛 – 成绩已上传 12:34.56");
+  EXPECT_EQ(content.heading, u"成绩已上传");
+  EXPECT_EQ(content.timeLabel, u"用时");
+  EXPECT_EQ(content.time, u"12:34.56");
+  EXPECT_TRUE(content.timeIsClock);
+  EXPECT_EQ(content.tags, (Texts{u"主线结局", u"普通"}));
+  ASSERT_EQ(content.stats.size(), 2U);
+  EXPECT_EQ(content.stats[0].label, u"排名");
+  EXPECT_EQ(content.stats[0].value, u"#3");
+  EXPECT_EQ(content.stats[0].place, 3);
+  EXPECT_EQ(content.stats[1].label, u"积分");
+  EXPECT_EQ(content.stats[1].value, u"120");
+  EXPECT_EQ(content.loginCode, u"K7Q2");
+  EXPECT_EQ(content.detail, u"");
+}
+
+TEST(CardWording, wordsAreTranslatedOrShownAsTheyAre) {
+  ResultArguments arguments = accepted();
+  arguments.ending = u"arcade";
+  arguments.difficulty = u"easy";
+  EXPECT_EQ(describeResult(arguments).tags, (Texts{u"街机结局", u"简单"}));
+  arguments.ending = u"true";
+  arguments.difficulty = u"nightmare";
+  EXPECT_EQ(describeResult(arguments).tags, (Texts{u"真结局", u"噩梦"}));
+  arguments.ending = u"Secret";
+  arguments.difficulty = u"Easy";
+  EXPECT_EQ(describeResult(arguments).tags, (Texts{u"Secret", u"Easy"}));
+  arguments.ending = u"";
+  arguments.difficulty = u"";
+  EXPECT_TRUE(describeResult(arguments).tags.empty());
+}
+
+TEST(CardWording, numbersTheServerDidNotNameAreDashes) {
+  ResultArguments arguments = accepted();
+  arguments.rank = u"0";
+  arguments.points = u"0";
+  CardContent content = describeResult(arguments);
+  EXPECT_EQ(content.stats[0].value, u"—");
+  EXPECT_EQ(content.stats[0].place, 0);
+  EXPECT_EQ(content.stats[1].value, u"—");
+  arguments.rank = u"12";
+  content = describeResult(arguments);
+  EXPECT_EQ(content.stats[0].value, u"#12");
+  EXPECT_EQ(content.stats[0].place, 0);
+  EXPECT_EQ(content.stats[1].value, u"0");
+}
+
+TEST(CardWording, oddNumbersAreShownAsTheyAre) {
+  ResultArguments arguments = accepted();
+  arguments.rank = u"-4";
+  arguments.points = u"-20";
+  CardContent content = describeResult(arguments);
+  EXPECT_EQ(content.stats[0].value, u"-4");
+  EXPECT_EQ(content.stats[1].value, u"-20");
+  arguments.rank = u"first";
+  arguments.points = std::u16string(500, u'9');
+  arguments.total = u"-12.5";
+  content = describeResult(arguments);
+  EXPECT_EQ(content.stats[0].value, u"first");
+  EXPECT_EQ(content.stats[1].value.size(), 16U);
+  EXPECT_EQ(content.stats[1].value.back(), u'…');
+  EXPECT_EQ(content.time, u"-12.5");
+  EXPECT_FALSE(content.timeIsClock);
+  EXPECT_EQ(content.windowTitle, u"KOV 周赛 – 成绩已上传");
+}
+
+TEST(CardWording, acceptedRunWithoutTimeSaysSo) {
+  ResultArguments arguments = accepted();
+  arguments.total = u"0";
+  EXPECT_EQ(describeResult(arguments).time, u"—");
+}
+
+TEST(CardWording, networkErrorTellsWhatHappenedAndWhatComes) {
+  const std::u16string message =
+      u"Network error. Result saved locally - it will retry next launch.";
+  const CardContent content = describeResult(undelivered(message));
+  EXPECT_EQ(content.kind, Kind::fail);
+  EXPECT_EQ(content.heading, u"成绩还没传上去");
+  EXPECT_EQ(noteTexts(content), (Texts{u"没有连上比赛服务器，多半是网络问题。",
+                                       u"成绩已保存在本地，不会丢。",
+                                       u"先检查网络；下次打开启动器会自动补传。"}));
+  EXPECT_EQ(content.detail, message);
+  // "0", "normal" and "main" say nothing about the run then.
+  EXPECT_EQ(content.time, u"");
+  EXPECT_TRUE(content.tags.empty());
+  EXPECT_TRUE(content.stats.empty());
+}
+
+TEST(CardWording, everyRefusalOfTheLauncherIsExplained) {
+  const std::vector<std::pair<std::u16string, std::u16string>> cases = {
+      {u"incomplete result (too few splits)", u"服务器没有收下：成绩不完整，分段太少。"},
+      {u"run did not start at Level 0 - not eligible",
+       u"服务器没有收下：这次不是从 Level 0 开始的。"},
+      {u"The race is closed - result not counted", u"服务器没有收下：比赛已经关闭。"},
+      {u"This week has ended - result not counted", u"服务器没有收下：本周的比赛已经结束。"},
+      {u"Hard difficulty is not part of the race", u"服务器没有收下：困难难度不参加比赛。"},
+      {u"unknown player", u"服务器没有收下这次成绩，原因见下面的英文。"},
+  };
+  for (const auto& [reason, chinese] : cases) {
+    const CardContent content = describeResult(
+        undelivered(reason + u". Result saved locally - it will retry next launch."));
+    ASSERT_EQ(content.notes.size(), 3U);
+    EXPECT_EQ(content.notes[0].text, chinese);
+    EXPECT_EQ(content.notes[1].text, u"成绩已保存在本地，不会丢。");
+    EXPECT_EQ(content.notes[2].text, u"下次启动时会自动再试；有疑问请找主办方。");
+  }
+}
+
+TEST(CardWording, refusedRunKeepsItsTime) {
+  ResultArguments arguments = undelivered(u"The race is closed - result not counted. Result");
+  arguments.total = u"3754.561";
+  arguments.ending = u"true";
+  const CardContent content = describeResult(arguments);
+  EXPECT_EQ(content.timeLabel, u"本次用时");
+  EXPECT_EQ(content.time, u"1:02:34.56");
+  EXPECT_EQ(content.tags, (Texts{u"真结局", u"普通"}));
+}
+
+TEST(CardWording, unfinishedRunMakesNoClaims) {
+  const CardContent content =
+      describeResult({u"0", u"none", u"0", u"normal", u"main", u"0", u"0",
+                      u"No finish detected - this run will not count."});
+  EXPECT_EQ(content.kind, Kind::none);
+  EXPECT_EQ(content.heading, u"这次不计成绩");
+  EXPECT_EQ(content.windowTitle, u"KOV 周赛 – 这次不计成绩");
+  EXPECT_EQ(content.notes.size(), 3U);
+  EXPECT_EQ(content.time, u"");
+  EXPECT_TRUE(content.tags.empty());
+  EXPECT_EQ(content.detail, u"No finish detected - this run will not count.");
+}
+
+TEST(CardWording, unknownKindIsShownWithItsMessage) {
+  const CardContent content =
+      describeResult({u"0", u"weird", u"61", u"easy", u"main", u"0", u"0", u"some words"});
+  EXPECT_EQ(content.kind, Kind::unknown);
+  EXPECT_EQ(content.heading, u"比赛结果：weird");
+  EXPECT_EQ(content.time, u"1:01.00");
+  EXPECT_EQ(content.detail, u"some words");
+}
+
+TEST(CardWording, missingKindFollowsThePlainYes) {
+  ResultArguments arguments;
+  EXPECT_EQ(describeResult(arguments).kind, Kind::unknown);
+  EXPECT_EQ(describeResult(arguments).heading, u"比赛结果");
+  arguments.ok = u"1";
+  EXPECT_EQ(describeResult(arguments).kind, Kind::ok);
+}
+
+TEST(CardWording, loginCodeIsKeptWholeAndOnlyTakenFromAnAcceptedRun) {
+  ResultArguments arguments = accepted();
+  arguments.message = u"login code: " + std::u16string(10000, u'x');
+  EXPECT_EQ(describeResult(arguments).loginCode.size(), 10000U);
+  arguments.kind = u"fail";
+  EXPECT_EQ(describeResult(arguments).loginCode, u"");
+  arguments.kind = u"ok";
+  arguments.message = u"your login code: abc";
+  EXPECT_EQ(describeResult(arguments).loginCode, u"");
+  EXPECT_EQ(describeResult(arguments).detail, u"your login code: abc");
+  arguments.message = u"login code: ";
+  EXPECT_EQ(describeResult(arguments).loginCode, u"");
+}
+
+TEST(CardWording, endlessMessageIsClipped) {
+  const CardContent content = describeResult(undelivered(std::u16string(10000, u'字')));
+  EXPECT_EQ(content.detail.size(), 400U);
+  EXPECT_EQ(content.detail.back(), u'…');
+}
+
+TEST(CardClipText, controlsBecomeBlanks) {
+  EXPECT_EQ(clipText(u"a\r\n\tb\u0085c\u2028", 20), u"a   b c ");
+}
+
+TEST(CardClipText, pairsStayWhole) {
+  EXPECT_EQ(clipText(u"ab😀cd", 6), u"ab😀cd");
+  EXPECT_EQ(clipText(u"ab😀cd", 5), u"ab😀…");
+  EXPECT_EQ(clipText(u"ab😀cd", 4), u"ab…");
+}
+
+TEST(CardWording, progressTellsItsStates) {
+  EXPECT_EQ(describeProgress(UploadState::uploading).windowTitle, u"KOV 周赛 – 正在上传成绩…");
+  EXPECT_EQ(describeProgress(UploadState::done).heading, u"上传完成");
+  EXPECT_EQ(describeProgress(UploadState::failed).heading, u"上传没有完成");
+}
+
+TEST(CardWording, countdownCountsSeconds) {
+  EXPECT_EQ(describeCountdown(12), u"12 秒后自动关闭");
+  EXPECT_EQ(describeCountdown(0), u"0 秒后自动关闭");
+  EXPECT_EQ(describeCountdown(-3), u"0 秒后自动关闭");
+}
+
+TEST(CardWording, startedByHandItExplainsItself) {
+  const CardContent content = describeIdle();
+  EXPECT_FALSE(content.heading.empty());
+  EXPECT_EQ(content.notes.size(), 2U);
+}
+
+}  // namespace
+}  // namespace launcher::card
