@@ -1,0 +1,324 @@
+#include "rehearsal/stage/launcher_run.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstddef>
+#include <exception>
+#include <future>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+#include "rehearsal/stage/box_calls.h"
+#include "rehearsal/stage/files.h"
+#include "rehearsal/stage/text.h"
+#include "rehearsal/stage/win_handle.h"
+
+namespace stage {
+
+namespace {
+
+constexpr DWORD kPipePollMs = 5;
+constexpr UINT kEndedByStage = 260;
+
+struct Pipe {
+  WinHandle read;
+  WinHandle write;
+};
+
+/// A pipe of which only the child's end can be inherited.
+Pipe makePipe(bool childReads) {
+  SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+  HANDLE read = nullptr;
+  HANDLE write = nullptr;
+  if (!CreatePipe(&read, &write, &inheritable, 1U << 16)) {
+    throw std::runtime_error("no pipe for the launcher");
+  }
+  Pipe pipe{ownHandle(read), ownHandle(write)};
+  SetHandleInformation(childReads ? write : read, HANDLE_FLAG_INHERIT, 0);
+  return pipe;
+}
+
+/// Our environment with these changes, as CreateProcess takes it.
+std::wstring environmentBlock(const std::map<std::string, std::optional<std::string>>& changes) {
+  std::wstring block;
+  wchar_t* const ours = GetEnvironmentStringsW();
+  for (const wchar_t* entry = ours; *entry != L'\0'; entry += wcslen(entry) + 1) {
+    const std::wstring text = entry;
+    const std::wstring name = text.substr(0, text.find(L'=', 1));
+    bool changed = false;
+    for (const auto& change : changes) {
+      changed = changed || _wcsicmp(name.c_str(), toWide(change.first).c_str()) == 0;
+    }
+    if (!changed) block += text + L'\0';
+  }
+  FreeEnvironmentStringsW(ours);
+  for (const auto& [name, value] : changes) {
+    if (value) block += toWide(name) + L"=" + toWide(*value) + L'\0';
+  }
+  block += L'\0';
+  return block;
+}
+
+/// Limits what a new process inherits to these handles. The stage's own sockets are
+/// inheritable too: one that a launcher held as well would outlive its reset or its close.
+class InheritedHandles {
+ public:
+  explicit InheritedHandles(std::vector<HANDLE> handles) : handles_(std::move(handles)) {
+    SIZE_T bytes = 0;
+    InitializeProcThreadAttributeList(nullptr, 1, 0, &bytes);
+    memory_.resize(bytes);
+    if (!InitializeProcThreadAttributeList(list(), 1, 0, &bytes) ||
+        !UpdateProcThreadAttribute(list(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
+                                   handles_.data(), handles_.size() * sizeof(HANDLE), nullptr,
+                                   nullptr)) {
+      throw std::runtime_error("no list of handles for the launcher");
+    }
+  }
+  ~InheritedHandles() { DeleteProcThreadAttributeList(list()); }
+  InheritedHandles(const InheritedHandles&) = delete;
+  InheritedHandles& operator=(const InheritedHandles&) = delete;
+
+  [[nodiscard]] LPPROC_THREAD_ATTRIBUTE_LIST list() {
+    return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
+  }
+
+ private:
+  std::vector<HANDLE> handles_;
+  std::vector<std::byte> memory_;
+};
+
+/// Takes what a pipe holds at this moment, without waiting for more.
+std::string takeAvailable(HANDLE pipe) {
+  std::string bytes;
+  char buffer[8192];
+  for (DWORD available = 0;
+       PeekNamedPipe(pipe, nullptr, 0, nullptr, &available, nullptr) && available > 0;) {
+    DWORD got = 0;
+    if (!ReadFile(pipe, buffer, sizeof buffer, &got, nullptr) || got == 0) break;
+    bytes.append(buffer, got);
+  }
+  return bytes;
+}
+
+}  // namespace
+
+std::vector<std::string> RunResult::logLines() const {
+  std::vector<std::string> lines;
+  for (std::size_t start = 0; start < log.size();) {
+    const std::size_t end = log.find('\n', start);
+    std::string line = log.substr(start, end == std::string::npos ? end : end - start);
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(std::move(line));
+    if (end == std::string::npos) break;
+    start = end + 1;
+  }
+  return lines;
+}
+
+bool RunResult::hasLogLine(std::string_view wanted) const {
+  for (const std::string& line : logLines()) {
+    if (line == wanted) return true;
+  }
+  return false;
+}
+
+struct LauncherRun::Impl {
+  Impl(const std::filesystem::path& program, std::string_view arguments,
+       const RunOptions& given)
+      : options(given),
+        logFile(program.parent_path() / "launcher.log"),
+        logBefore(readFile(logFile).value_or("").size()) {
+    // Only the thread that starts a process can be its debugger, so the reader starts it.
+    std::promise<void> started;
+    std::future<void> whenStarted = started.get_future();
+    reader = std::thread([&, this] {
+      try {
+        start(program, arguments);
+      } catch (...) {
+        started.set_exception(std::current_exception());
+        return;
+      }
+      if (!options.standardInput.empty()) type(options.standardInput);
+      if (!options.keepInputOpen) input.reset();
+      started.set_value();
+      readUntilEnd();
+    });
+    try {
+      whenStarted.get();
+    } catch (...) {
+      reader.join();
+      throw;
+    }
+  }
+
+  ~Impl() {
+    if (WaitForSingleObject(process.get(), 0) != WAIT_OBJECT_0) {
+      TerminateProcess(process.get(), kEndedByStage);
+    }
+    if (reader.joinable()) reader.join();
+  }
+
+  void start(const std::filesystem::path& program, std::string_view arguments) {
+    Pipe in = makePipe(true);
+    Pipe out = makePipe(false);
+    Pipe err = makePipe(false);
+    std::wstring commandLine = L"\"" + program.wstring() + L"\"";
+    if (!arguments.empty()) commandLine += L" " + toWide(arguments);
+    std::wstring environment = environmentBlock(options.environment);
+    const std::filesystem::path folder =
+        options.currentFolder.empty() ? program.parent_path() : options.currentFolder;
+
+    InheritedHandles inherited({in.read.get(), out.write.get(), err.write.get()});
+    STARTUPINFOEXW startup{};
+    startup.StartupInfo.cb = sizeof startup;
+    startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+    startup.StartupInfo.hStdInput = in.read.get();
+    startup.StartupInfo.hStdOutput = out.write.get();
+    startup.StartupInfo.hStdError = err.write.get();
+    startup.lpAttributeList = inherited.list();
+    PROCESS_INFORMATION info{};
+    startMs = GetTickCount64();
+    const DWORD flags = CREATE_UNICODE_ENVIRONMENT | CREATE_NO_WINDOW |
+                        EXTENDED_STARTUPINFO_PRESENT |
+                        (options.recordBoxCalls ? DEBUG_ONLY_THIS_PROCESS : 0U);
+    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, flags,
+                        environment.data(), folder.c_str(), &startup.StartupInfo, &info)) {
+      const DWORD error = GetLastError();
+      throw std::runtime_error("cannot start " + textOf(program) + " (error " +
+                               std::to_string(error) + ")");
+    }
+    CloseHandle(info.hThread);
+    process = ownHandle(info.hProcess);
+    processId = info.dwProcessId;
+    input = std::move(in.write);
+    output = std::move(out.read);
+    errorOutput = std::move(err.read);
+  }
+
+  void type(std::string_view bytes) const {
+    DWORD written = 0;
+    if (input) {
+      WriteFile(input.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+    }
+  }
+
+  /// Collects the output until the launcher has ended. The end of the pipe says nothing:
+  /// programs that the launcher left running may hold it open.
+  void readUntilEnd() {
+    for (bool ended = false; !ended;) {
+      if (options.recordBoxCalls) recorder.work(kPipePollMs);
+      ended = WaitForSingleObject(process.get(), options.recordBoxCalls ? 0 : kPipePollMs) ==
+              WAIT_OBJECT_0;
+      if (!ended && GetTickCount64() - startMs > options.limitMs) {
+        hang = true;
+        TerminateProcess(process.get(), kEndedByStage);
+        if (options.recordBoxCalls) DebugActiveProcessStop(processId);
+        ended = WaitForSingleObject(process.get(), 5000) == WAIT_OBJECT_0;
+      }
+      collect();
+    }
+    endMs = GetTickCount64();
+  }
+
+  void collect() {
+    const std::string more = takeAvailable(output.get());
+    const std::string moreErrors = takeAvailable(errorOutput.get());
+    if (options.live && !more.empty()) {
+      DWORD written = 0;
+      WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), more.data(), static_cast<DWORD>(more.size()),
+                &written, nullptr);
+    }
+    const std::lock_guard lock(mutex);
+    console += more;
+    errors += moreErrors;
+  }
+
+  [[nodiscard]] std::string consoleSoFar() const {
+    const std::lock_guard lock(mutex);
+    return console;
+  }
+
+  [[nodiscard]] std::string logSoFar() const {
+    const std::string all = readFile(logFile).value_or("");
+    return all.size() > logBefore ? all.substr(logBefore) : std::string();
+  }
+
+  template <class Text>
+  bool waitForText(Text text, std::string_view wanted, unsigned limitMs) const {
+    const std::uint64_t end = GetTickCount64() + limitMs;
+    for (;;) {
+      // Asked before the text: what a launcher wrote last is then seen once more.
+      const bool ended = endMs != 0;
+      if (text().find(wanted) != std::string::npos) return true;
+      if (ended || GetTickCount64() >= end) return false;
+      Sleep(10);
+    }
+  }
+
+  RunOptions options;
+  std::filesystem::path logFile;
+  std::size_t logBefore;
+  WinHandle process;
+  WinHandle input;
+  WinHandle output;
+  WinHandle errorOutput;
+  std::uint32_t processId = 0;
+  std::uint64_t startMs = 0;
+  std::atomic<std::uint64_t> endMs = 0;
+  std::atomic<bool> hang = false;
+  mutable std::mutex mutex;
+  std::string console;
+  std::string errors;
+  BoxCallRecorder recorder;  // the reader's own until it has ended
+  std::thread reader;
+};
+
+LauncherRun::LauncherRun(const std::filesystem::path& program, std::string_view arguments,
+                         const RunOptions& options)
+    : impl_(std::make_unique<Impl>(program, arguments, options)) {}
+
+LauncherRun::~LauncherRun() = default;
+LauncherRun::LauncherRun(LauncherRun&&) noexcept = default;
+LauncherRun& LauncherRun::operator=(LauncherRun&&) noexcept = default;
+
+std::uint32_t LauncherRun::processId() const { return impl_->processId; }
+
+bool LauncherRun::running() const {
+  return WaitForSingleObject(impl_->process.get(), 0) != WAIT_OBJECT_0;
+}
+
+std::string LauncherRun::console() const { return impl_->consoleSoFar(); }
+
+std::string LauncherRun::log() const { return impl_->logSoFar(); }
+
+bool LauncherRun::waitForConsole(std::string_view text, unsigned limitMs) const {
+  return impl_->waitForText([this] { return console(); }, text, limitMs);
+}
+
+bool LauncherRun::waitForLog(std::string_view text, unsigned limitMs) const {
+  return impl_->waitForText([this] { return log(); }, text, limitMs);
+}
+
+void LauncherRun::typeInput(std::string_view bytes) { impl_->type(bytes); }
+
+void LauncherRun::endInput() { impl_->input.reset(); }
+
+RunResult LauncherRun::wait() {
+  if (impl_->reader.joinable()) impl_->reader.join();
+  RunResult result;
+  result.hang = impl_->hang;
+  DWORD code = 0;
+  GetExitCodeProcess(impl_->process.get(), &code);
+  result.exitCode = code;
+  result.console = impl_->console;
+  result.errors = impl_->errors;
+  result.log = impl_->logSoFar();
+  result.elapsedMs = static_cast<unsigned>(impl_->endMs - impl_->startMs);
+  result.processId = impl_->processId;
+  result.boxCalls = impl_->recorder.calls();
+  return result;
+}
+
+}  // namespace stage

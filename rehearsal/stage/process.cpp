@@ -1,0 +1,137 @@
+#include "rehearsal/stage/process.h"
+
+#include <windows.h>
+
+#include <tlhelp32.h>
+
+#include <cwchar>
+#include <functional>
+#include <stdexcept>
+
+#include "rehearsal/stage/text.h"
+#include "rehearsal/stage/win_handle.h"
+
+namespace stage {
+
+namespace {
+
+constexpr unsigned kPollMs = 10;
+constexpr UINT kEndedByStage = 260;  // not STILL_ACTIVE, and nothing that a stand-in exits with
+
+std::filesystem::path programPath(DWORD id) {
+  const WinHandle process = ownHandle(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id));
+  if (!process) return {};
+  wchar_t buffer[4096];
+  DWORD length = 4096;
+  if (!QueryFullProcessImageNameW(process.get(), 0, buffer, &length)) return {};
+  return std::wstring(buffer, length);
+}
+
+void eachProcess(const std::function<void(const PROCESSENTRY32W&)>& look) {
+  const WinHandle snapshot = ownHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof entry;
+  for (BOOL more = snapshot && Process32FirstW(snapshot.get(), &entry); more;
+       more = Process32NextW(snapshot.get(), &entry)) {
+    look(entry);
+  }
+}
+
+bool waitUntil(unsigned limitMs, const std::function<bool()>& done) {
+  const std::uint64_t end = GetTickCount64() + limitMs;
+  while (!done()) {
+    if (GetTickCount64() >= end) return false;
+    Sleep(kPollMs);
+  }
+  return true;
+}
+
+struct Started {
+  WinHandle process;
+  DWORD id = 0;
+};
+
+Started start(const std::filesystem::path& program, std::string_view arguments,
+              const std::filesystem::path& currentFolder, DWORD flags) {
+  std::wstring commandLine = L"\"" + program.wstring() + L"\"";
+  if (!arguments.empty()) commandLine += L" " + toWide(arguments);
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION info{};
+  if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, flags, nullptr,
+                      currentFolder.empty() ? nullptr : currentFolder.c_str(), &startup, &info)) {
+    const DWORD error = GetLastError();
+    throw std::runtime_error("cannot start " + textOf(program) + " (error " +
+                             std::to_string(error) + ")");
+  }
+  const WinHandle thread = ownHandle(info.hThread);
+  return {ownHandle(info.hProcess), info.dwProcessId};
+}
+
+}  // namespace
+
+bool runsUnderWine() {
+  return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+std::vector<RunningProcess> findProcesses(std::string_view imageName) {
+  const std::wstring wanted = toWide(imageName);
+  std::vector<RunningProcess> found;
+  eachProcess([&](const PROCESSENTRY32W& entry) {
+    if (_wcsicmp(entry.szExeFile, wanted.c_str()) != 0) return;
+    found.push_back(
+        {entry.th32ProcessID, toUtf8(entry.szExeFile), programPath(entry.th32ProcessID)});
+  });
+  return found;
+}
+
+std::vector<RunningProcess> processesBelow(const std::filesystem::path& folder) {
+  const std::wstring start = std::filesystem::path(folder).make_preferred().wstring() + L"\\";
+  std::vector<RunningProcess> found;
+  eachProcess([&](const PROCESSENTRY32W& entry) {
+    const std::filesystem::path path = programPath(entry.th32ProcessID);
+    if (_wcsnicmp(path.c_str(), start.c_str(), start.size()) != 0) return;
+    found.push_back({entry.th32ProcessID, toUtf8(entry.szExeFile), path});
+  });
+  return found;
+}
+
+bool endProcess(std::uint32_t id) {
+  const WinHandle process = ownHandle(OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id));
+  if (!process) return true;
+  TerminateProcess(process.get(), kEndedByStage);
+  return WaitForSingleObject(process.get(), 5000) == WAIT_OBJECT_0;
+}
+
+std::uint32_t waitForProcess(std::string_view imageName, unsigned limitMs) {
+  std::uint32_t id = 0;
+  waitUntil(limitMs, [&] {
+    const std::vector<RunningProcess> found = findProcesses(imageName);
+    if (!found.empty()) id = found.front().id;
+    return id != 0;
+  });
+  return id;
+}
+
+bool waitForNoProcess(std::string_view imageName, unsigned limitMs) {
+  return waitUntil(limitMs, [&] { return findProcesses(imageName).empty(); });
+}
+
+std::uint32_t startDetached(const std::filesystem::path& program, std::string_view arguments,
+                            const std::filesystem::path& currentFolder) {
+  return start(program, arguments, currentFolder, DETACHED_PROCESS).id;
+}
+
+long runAndWait(const std::filesystem::path& program, std::string_view arguments,
+                unsigned limitMs) {
+  const Started started = start(program, arguments, {}, DETACHED_PROCESS);
+  if (WaitForSingleObject(started.process.get(), limitMs) != WAIT_OBJECT_0) {
+    endProcess(started.id);
+    return -1;
+  }
+  DWORD code = 0;
+  GetExitCodeProcess(started.process.get(), &code);
+  return static_cast<long>(code);
+}
+
+}  // namespace stage

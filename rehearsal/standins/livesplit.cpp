@@ -1,0 +1,75 @@
+// LiveSplit.exe: the timer with its command server. The script is described at
+// LiveSplitScript.
+
+#include <windows.h>
+
+#include <algorithm>
+#include <exception>
+#include <optional>
+
+#include "rehearsal/stage/text.h"
+#include "rehearsal/stage/timer_server.h"
+#include "rehearsal/standins/stand_in.h"
+
+namespace {
+
+std::optional<double> seconds(const stage::StandIn& timer, const char* name,
+                              std::optional<double> fallback) {
+  const auto found = timer.script().find(name);
+  if (found == timer.script().end()) return fallback;
+  return found->is_number() ? std::optional<double>(found->get<double>()) : std::nullopt;
+}
+
+stage::TimerServer::Options optionsOf(const stage::StandIn& timer) {
+  stage::TimerServer::Options options;
+  options.port = timer.value("port", stage::kTimerPort);
+  if (timer.value("generation", std::string()) == "component") {
+    options.generation = stage::TimerGeneration::component;
+  }
+  const std::string manner = timer.value("manner", std::string());
+  if (manner == "dropsFirst20Ms") options.manner = stage::TimerManner::dropsFirst20Ms;
+  if (manner == "acceptsAndCloses") options.manner = stage::TimerManner::acceptsAndCloses;
+  options.timeline = timer.timeline();
+  return options;
+}
+
+void prepare(stage::TimerServer& server, const stage::StandIn& timer) {
+  server.replyState(timer.value("phase", std::string("NotRunning")),
+                    seconds(timer, "finalTime", std::nullopt),
+                    seconds(timer, "lastSplit", std::nullopt), seconds(timer, "currentTime", 0.0));
+  const nlohmann::json scripted = timer.value("replies", nlohmann::json::object());
+  for (const auto& [command, lines] : scripted.items()) {
+    std::vector<stage::TimerReply> replies;
+    for (const nlohmann::json& line : lines) {
+      replies.push_back(stage::TimerReply::line(line.get<std::string>()));
+    }
+    server.reply(command, replies);
+  }
+}
+
+}  // namespace
+
+int wmain() {
+  const stage::StandIn timer("livesplit");
+  timer.note("start", stage::StandIn::commandLine());
+  const std::filesystem::path stopFile = timer.path("stopFile");
+  const unsigned life = timer.value("livesAtMostMs", 300000U);
+  const unsigned delay = std::min(timer.value("delayMs", 0U), life);
+  int code = 0;
+  if (!stage::waitForFile(stopFile, delay)) {
+    try {
+      std::optional<stage::TimerServer> server;
+      if (timer.value("listens", true)) {
+        server.emplace(optionsOf(timer));
+        prepare(*server, timer);
+        timer.note("listening", std::to_string(server->port()));
+      }
+      stage::waitForFile(stopFile, life - delay);
+    } catch (const std::exception& error) {
+      timer.note("failed", error.what());
+      code = 1;
+    }
+  }
+  timer.note("exit", std::to_string(code));
+  return code;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "rehearsal/stage/timeline.h"
+
+namespace stage {
+
+/// What every stand-in program has: its script (the JSON file beside it, an empty object
+/// when there is none) and the timeline that the script names.
+class StandIn {
+ public:
+  /// `who` is the stand-in's name in the timeline.
+  explicit StandIn(std::string_view who);
+
+  /// A value of the script, or `fallback` when the script does not name it.
+  template <class Value>
+  [[nodiscard]] Value value(const char* name, Value fallback) const {
+    return script_.value(name, fallback);
+  }
+  [[nodiscard]] std::filesystem::path path(const char* name) const;
+  [[nodiscard]] const nlohmann::json& script() const { return script_; }
+  [[nodiscard]] const Timeline& timeline() const { return timeline_; }
+
+  void note(std::string_view what, std::string_view text = {}) const;
+
+  /// This program's exact command line.
+  [[nodiscard]] static std::string commandLine();
+  /// This program's own file.
+  [[nodiscard]] static std::filesystem::path program();
+
+ private:
+  std::string who_;
+  nlohmann::json script_;
+  Timeline timeline_;
+};
+
+/// Waits; ends early when the file appears (an empty path never does).
+/// True when the file is there.
+bool waitForFile(const std::filesystem::path& file, unsigned limitMs);
+
+}  // namespace stage
