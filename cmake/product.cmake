@@ -1,10 +1,13 @@
-# kov_flags: how the product's own code is compiled (the launcher, the card and
-# the text logic in every build).
+# kov_flags: what the product's own code and everything that links it share.
 add_library(kov_flags INTERFACE)
 target_link_libraries(kov_flags INTERFACE kov_warnings)
 
+# kov_lean: how the product's own code is compiled for Windows. Linked privately: tests
+# and the stage use exceptions.
+add_library(kov_lean INTERFACE)
+
 if(MINGW)
-  target_compile_options(kov_flags INTERFACE
+  target_compile_options(kov_lean INTERFACE
     -Os -ffunction-sections -fdata-sections -fstack-protector-strong
     -fno-exceptions -fno-threadsafe-statics)
   # For tests: the toolchain's own library of the stack protector. Programs that ship

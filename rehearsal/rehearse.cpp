@@ -1,9 +1,13 @@
 // rehearse.exe: plays a whole run of the real launcher.exe on the stage and says in plain
 // words what came of it.
 //
-//     rehearse.exe            the standard scene
-//     rehearse.exe --list     the scenes, one line each
-//     rehearse.exe SCENE      that scene
+//     rehearse.exe                            the standard scene
+//     rehearse.exe --list                     the scenes, one line each
+//     rehearse.exe SCENE                      that scene
+//     rehearse.exe --package PACKAGE [SCENE]  checks a race package, a folder or a zip, and
+//                                             plays the scene with it; in two halves:
+//     rehearse.exe --check PACKAGE
+//     rehearse.exe --play PACKAGE [SCENE]
 //
 // Exit code 0: as expected; 1: not as expected; 2: no such scene.
 
@@ -12,8 +16,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <string>
+#include <vector>
 
+#include "rehearsal/package/package_check.h"
+#include "rehearsal/package/server_check_win.h"
 #include "rehearsal/scenes/show.h"
 
 namespace {
@@ -25,12 +33,59 @@ void list(std::FILE* stream, const std::vector<rehearsal::Scene>& scenes) {
   }
 }
 
-bool play(const rehearsal::Scene& scene) {
+const rehearsal::Scene* sceneNamed(const std::vector<rehearsal::Scene>& scenes,
+                                   const std::string& name) {
+  const auto found = name.empty()
+                         ? scenes.begin()
+                         : std::find_if(scenes.begin(), scenes.end(),
+                                        [&](const auto& scene) { return scene.name == name; });
+  return found == scenes.end() ? nullptr : &*found;
+}
+
+/// Plays a scene, with the built launcher or with a package.
+bool play(const rehearsal::Scene& scene, const rehearsal::Package* package) {
   std::printf("Scene %s: %s\n", std::string(scene.name).c_str(), std::string(scene.line).c_str());
   std::fflush(stdout);
   rehearsal::Show show(scene.name, scene.rules());
+  if (package != nullptr) show.usePackage(*package);
   scene.play(show);
   return show.conclude();
+}
+
+rehearsal::Package open(const std::string& path) {
+  const std::optional<std::string> root = stage::environmentText("KOV_STAGE_ROOT");
+  const std::filesystem::path folder =
+      root ? stage::pathOf(*root) : std::filesystem::temp_directory_path() / "kov-stage";
+  return rehearsal::openPackage(stage::pathOf(path), folder / "unpacked");
+}
+
+bool check(const rehearsal::Package& package) {
+  rehearsal::Findings findings = rehearsal::checkPackage(package);
+  rehearsal::append(findings, rehearsal::checkServer(package.settings.server));
+  std::printf("%s\n%s\n", rehearsal::asLines(findings).c_str(),
+              rehearsal::summary(findings).c_str());
+  std::fflush(stdout);
+  return rehearsal::noneFailed(findings);
+}
+
+/// A package without a launcher or its settings cannot be played.
+bool playPackage(const rehearsal::Scene& scene, const rehearsal::Package& package) {
+  if (package.programFolder.empty() || package.ini.empty()) {
+    std::printf("There is nothing to play: %s.\n",
+                package.problem.empty() ? "launcher.ini is missing" : package.problem.c_str());
+    return false;
+  }
+  return play(scene, &package);
+}
+
+bool rehearse(const std::string& mode, const std::string& path, const rehearsal::Scene& scene) {
+  if (mode.empty()) return play(scene, nullptr);
+  const rehearsal::Package package = open(path);
+  bool good = true;
+  if (mode != "--play") good = check(package);
+  if (mode == "--package") std::printf("\n");
+  if (mode != "--check") good = playPackage(scene, package) && good;
+  return good;
 }
 
 }  // namespace
@@ -38,22 +93,29 @@ bool play(const rehearsal::Scene& scene) {
 int wmain(int count, wchar_t** arguments) {
   SetConsoleOutputCP(CP_UTF8);
   const std::vector<rehearsal::Scene> scenes = rehearsal::allScenes();
-  const std::string word = count > 1 ? stage::toUtf8(arguments[1]) : "";
-  if (word == "--list") {
+  std::vector<std::string> words;
+  for (int i = 1; i < count; ++i) words.push_back(stage::toUtf8(arguments[i]));
+  if (words == std::vector<std::string>{"--list"}) {
     list(stdout, scenes);
     return 0;
   }
-  const auto found =
-      word.empty() ? scenes.begin()
-                   : std::find_if(scenes.begin(), scenes.end(),
-                                  [&](const auto& scene) { return scene.name == word; });
-  if (found == scenes.end() || count > 2) {
-    std::fprintf(stderr, "usage: rehearse [--list] [SCENE]\n");
+  std::string mode;
+  std::string path;
+  if (words.size() > 1 && (words[0] == "--package" || words[0] == "--check" ||
+                           words[0] == "--play")) {
+    mode = words[0];
+    path = words[1];
+    words.erase(words.begin(), words.begin() + 2);
+  }
+  const rehearsal::Scene* scene =
+      words.size() > 1 ? nullptr : sceneNamed(scenes, words.empty() ? "" : words[0]);
+  if (scene == nullptr) {
+    std::fprintf(stderr, "usage: rehearse [--list] [--package FOLDER|ZIP] [SCENE]\n");
     list(stderr, scenes);
     return 2;
   }
   try {
-    return play(*found) ? 0 : 1;
+    return rehearse(mode, path, *scene) ? 0 : 1;
   } catch (const std::exception& error) {
     std::printf("The scene could not be played: %s\n", error.what());
     return 1;

@@ -80,4 +80,17 @@ fs::path liveSplitFolder(const Package& package) {
   return target.place == Target::Place::package ? target.path.parent_path() : fs::path();
 }
 
+// The library's own fs::copy takes every two folders of one drive for the same one here.
+void copyTree(const fs::path& from, const fs::path& to) {
+  fs::create_directories(to);
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(from)) {
+    const fs::path target = to / entry.path().lexically_relative(from);
+    if (entry.is_directory()) {
+      fs::create_directories(target);
+    } else {
+      stage::writeFile(target, stage::readFile(entry.path()).value_or(""));
+    }
+  }
+}
+
 }  // namespace rehearsal

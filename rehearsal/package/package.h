@@ -40,4 +40,7 @@ Target targetOf(const Package& package, std::string_view value);
 /// The folder of LiveSplit.exe in the package, "" when it lies elsewhere.
 std::filesystem::path liveSplitFolder(const Package& package);
 
+/// Copies everything below a folder into another one, over what is there; empty folders too.
+void copyTree(const std::filesystem::path& from, const std::filesystem::path& to);
+
 }  // namespace rehearsal

@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::size_t kLongestLine = 1023;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::array<std::string_view, 6> kPathKeys = {"game",      "receipt",       "data",
-                                                       "livesplit", "livesplit_lss", "install_from"};
+constexpr std::array<std::string_view, 6> kPathKeys = {
+    "game", "receipt", "data", "livesplit", "livesplit_lss", "install_from"};
 constexpr std::array<std::string_view, 8> kOtherKeys = {
     "server", "steam", "appid", "player", "difficulty", "timer", "dryrun", "site"};
 
@@ -50,7 +50,7 @@ std::vector<Line> linesOf(std::string_view bytes) {
 }
 
 std::string at(const Line& line) { return " (line " + std::to_string(line.number) + ")"; }
-std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
+std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
 bool isKnown(std::string_view key) {
   return isPathKey(key) || std::find(kOtherKeys.begin(), kOtherKeys.end(), key) != kOtherKeys.end();
@@ -123,7 +123,7 @@ std::string adviceForUnknown(const std::string& key) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   }
   for (const char blank : {' ', '-'}) std::replace(small.begin(), small.end(), blank, '_');
-  return isKnown(small) ? "write it " + quoted(small) : "correct or remove it";
+  return isKnown(small) ? "write it " + inQuotes(small) : "correct or remove it";
 }
 
 Findings checkKeys(const std::vector<Line>& lines) {
@@ -132,10 +132,10 @@ Findings checkKeys(const std::vector<Line>& lines) {
     const bool marked = line.number == 1 && line.raw.starts_with(kByteOrderMark);
     if (line.key.empty() || marked) continue;  // the mark is told at the encoding
     if (!isKnown(line.key)) {
-      found.push_back(failed("launcher.ini has the unknown key " + quoted(line.key) + at(line),
+      found.push_back(failed("launcher.ini has the unknown key " + inQuotes(line.key) + at(line),
                              adviceForUnknown(line.key)));
     } else if (line.key == "site" &&
-               (!line.raw.starts_with("site") || line.raw.substr(0, 5).ends_with('\t'))) {
+               launcher::trimEnd(line.raw.substr(0, line.raw.find('=')), " ") != "site") {
       found.push_back(failed("launcher.ini has a \"site\" line that the launcher overlooks" +
                                  at(line),
                              "begin the line with site=, without blanks or tabs"));
@@ -151,7 +151,7 @@ Findings checkDoubled(const std::vector<Line>& lines) {
     if (line.key.empty()) continue;
     const auto [earlier, isNew] = first.emplace(line.key, &line);
     if (isNew) continue;
-    found.push_back(failed("launcher.ini has " + quoted(line.key) + " twice, in line " +
+    found.push_back(failed("launcher.ini has " + inQuotes(line.key) + " twice, in line " +
                                std::to_string(earlier->second->number) + " and line " +
                                std::to_string(line.number),
                            "remove one; the last one counts"));
@@ -167,7 +167,7 @@ Findings checkTrailingComments(const std::vector<Line>& lines) {
     for (const std::string_view sign : {" #", "\t#", " ;", "\t;", " //", "\t//"}) {
       if (line.value.find(sign) == std::string::npos) continue;
       found.push_back(failed("launcher.ini has a comment behind the value of " +
-                                 quoted(line.key) + at(line),
+                                 inQuotes(line.key) + at(line),
                              "put it on a line of its own; here it is part of the value"));
       break;
     }
@@ -193,22 +193,22 @@ Findings checkPathValues(const std::vector<Line>& lines) {
     const bool expanded = isPathKey(line.key);
     if (!expanded && line.key != "steam") continue;
     if (line.value.find('"') != std::string::npos) {
-      found.push_back(failed("the path of " + quoted(line.key) + " has quotes" + at(line),
+      found.push_back(failed("the path of " + inQuotes(line.key) + " has quotes" + at(line),
                              "remove them; they would be part of the path"));
     }
     if (!isAscii(line.value)) {
-      found.push_back(failed("the path of " + quoted(line.key) +
+      found.push_back(failed("the path of " + inQuotes(line.key) +
                                  " has characters outside of ASCII" + at(line),
                              "each player's Windows reads them in its own code page; use %APPDIR%"
                              " or another name"));
     }
     const std::string placeholder = unknownPlaceholder(line.value);
     if (expanded && !placeholder.empty()) {
-      found.push_back(failed("the path of " + quoted(line.key) + " has " + placeholder + at(line),
+      found.push_back(failed("the path of " + inQuotes(line.key) + " has " + placeholder + at(line),
                              "only %APPDIR% and %LOCALDATA%, in capitals, are known"));
     }
     if (!expanded && line.value.find('%') != std::string::npos) {
-      found.push_back(failed("the path of " + quoted(line.key) + " has a placeholder" + at(line),
+      found.push_back(failed("the path of " + inQuotes(line.key) + " has a placeholder" + at(line),
                              "write the path out or leave it empty"));
     }
   }
@@ -222,7 +222,7 @@ bool isOneOf(std::string_view value, std::initializer_list<std::string_view> wor
 Findings checkWords(const std::vector<Line>& lines) {
   Findings found;
   const auto wrong = [&](const Line& line, std::string todo) {
-    found.push_back(failed("the value of " + quoted(line.key) + " is " + quoted(line.value) +
+    found.push_back(failed("the value of " + inQuotes(line.key) + " is " + inQuotes(line.value) +
                                at(line),
                            std::move(todo)));
   };
@@ -255,7 +255,7 @@ std::string hostOf(std::string_view address) {
 
 Finding checkAddress(const std::string& key, const std::string& value) {
   const std::string host = hostOf(value);
-  const std::string is = key + " is " + quoted(value);
+  const std::string is = key + " is " + inQuotes(value);
   if (value.empty()) return failed("launcher.ini names no " + key, "add the line " + key + "=...");
   if (host.empty()) return failed(is, "begin it with https:// or http://");
   if (!isAscii(value) || value.find(' ') != std::string::npos) {

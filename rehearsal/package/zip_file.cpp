@@ -139,6 +139,15 @@ std::vector<ZipEntry> readZip(std::string_view bytes) {
   return entries;
 }
 
+std::string zipProblem(std::string_view bytes) {
+  try {
+    (void)readZip(bytes);
+    return {};
+  } catch (const std::exception& error) {
+    return error.what();
+  }
+}
+
 void unpackZip(const std::filesystem::path& zip, const std::filesystem::path& folder) {
   const std::optional<std::string> bytes = stage::readFile(zip);
   if (!bytes) throw std::runtime_error("there is no file " + stage::textOf(zip));

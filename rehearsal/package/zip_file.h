@@ -19,6 +19,9 @@ struct ZipEntry {
 /// into which the zip is unpacked.
 std::vector<ZipEntry> readZip(std::string_view bytes);
 
+/// Why readZip throws for these bytes; "" when it does not.
+std::string zipProblem(std::string_view bytes);
+
 /// Unpacks the zip below the folder, which is created; empty folders too.
 void unpackZip(const std::filesystem::path& zip, const std::filesystem::path& folder);
 

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "rehearsal/package/package_play.h"
+
 namespace rehearsal {
 
 namespace {
@@ -23,15 +25,21 @@ std::string counted(std::size_t count, const std::string& noun) {
 
 /// The path as the machine below Wine knows it; empty on Windows itself.
 std::string hostPath(const std::filesystem::path& path) {
+  const auto root = stage::environmentText("KOV_STAGE_ROOT");
+  const auto host = stage::environmentText("KOV_STAGE_HOST");
+  const std::string text = stage::textOf(path);
+  if (root && host && text.starts_with(*root)) {
+    return *host + "/" + stage::replaceAll(text.substr(root->size()), "\\", "/");
+  }
   using Convert = char*(__cdecl*)(const wchar_t*);
   const FARPROC found =
       GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name");
   if (found == nullptr) return {};
   char* const name = reinterpret_cast<Convert>(reinterpret_cast<void*>(found))(path.c_str());
   if (name == nullptr) return {};
-  std::string text = name;
+  std::string hostText = name;
   HeapFree(GetProcessHeap(), 0, name);
-  return text;
+  return hostText;
 }
 
 std::string inBothWorlds(const std::filesystem::path& path) {
@@ -65,15 +73,24 @@ Show::Show(std::string_view scene, const stage::Rules& rules)
     : machine_(scene),
       server_({.rules = rules, .timeline = machine_.timeline()}),
       boxes_({.closeAfterMs = kPlayerReadsMs, .timeline = machine_.timeline()}),
+      cardPlayer_(machine_.root() / "card.bmp"),
       serverUrl_(server_.url()) {
   machine_.keepFolder();  // it is there to be looked at
 }
 
 void Show::setUp() {
   machine_.putUpStandardMachine(serverUrl_);
+  machine_.installShowingCard();
+  if (package_ == nullptr) return;
+  putOnStage(*package_, machine_);
+  addSettings({});
 }
 
 void Show::addSettings(const stage::Ini& more) {
+  if (package_ != nullptr) {
+    writePackageSettings(*package_, machine_, serverUrl_, more);
+    return;
+  }
   stage::Ini ini = machine_.standardIni(serverUrl_);
   ini.insert(ini.end(), more.begin(), more.end());
   machine_.writeIni(ini);
@@ -131,6 +148,10 @@ void Show::reportPlayer() const {
   for (const std::string& url : machine_.openedUrls()) say("The browser was opened: " + url);
 }
 
+std::string Show::expected(const std::string& pattern) const {
+  return package_ == nullptr ? pattern : expectedOf(*package_, pattern);
+}
+
 void Show::expect(bool met, const std::string& complaint) {
   if (met) {
     ++met_;
@@ -153,7 +174,8 @@ void Show::expectAtLeastMs(unsigned milliseconds) {
 void Show::expectLog(const std::vector<std::string>& wanted) {
   const std::vector<std::string> lines = run_.logLines();
   auto at = lines.begin();
-  for (const std::string& pattern : wanted) {
+  for (const std::string& standard : wanted) {
+    const std::string pattern = expected(standard);
     const auto like = [&](const std::string& line) { return stage::isLike(line, pattern); };
     const auto found = std::find_if(at, lines.end(), like);
     if (found != lines.end()) {
@@ -227,7 +249,9 @@ void Show::expectBoxes(const std::vector<std::string>& wanted) {
 }
 
 void Show::expectPages(const std::vector<std::string>& urls) {
-  expectList("page", urls, machine_.openedUrls());
+  std::vector<std::string> wanted;
+  for (const std::string& url : urls) wanted.push_back(expected(url));
+  expectList("page", wanted, machine_.openedUrls());
 }
 
 void Show::expectCards(const std::vector<std::string>& arguments) {

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "rehearsal/package/package.h"
+#include "rehearsal/scenes/card_player.h"
 #include "rehearsal/stage/stage.h"
 
 namespace rehearsal {
@@ -18,6 +20,10 @@ class Show {
   stage::Stage& machine() { return machine_; }
   stage::RaceServer& server() { return server_; }
   const stage::RunResult& run() const { return run_; }
+
+  /// Plays this package instead of the built launcher with the standard settings. Call it
+  /// before setUp(); the package must outlive the show.
+  void usePackage(const Package& package) { package_ = &package; }
 
   /// The standard machine with its settings for the scene's server.
   void setUp();
@@ -60,6 +66,8 @@ class Show {
   [[nodiscard]] bool conclude() const;
 
  private:
+  /// What is expected of the standard settings, for those that are played.
+  [[nodiscard]] std::string expected(const std::string& pattern) const;
   void expect(bool met, const std::string& complaint);
   void expectList(const std::string& what, const std::vector<std::string>& wanted,
                   const std::vector<std::string>& got);
@@ -69,7 +77,9 @@ class Show {
   stage::Stage machine_;
   stage::RaceServer server_;
   stage::MessageBoxWatcher boxes_;
+  CardPlayer cardPlayer_;
   std::string serverUrl_;
+  const Package* package_ = nullptr;
   stage::RunResult run_;
   int met_ = 0;
   std::vector<std::string> complaints_;

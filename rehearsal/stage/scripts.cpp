@@ -88,6 +88,7 @@ std::string scriptText(const CardScript& script, const std::filesystem::path& ti
               {"stayMs", script.stayMs},
               {"progressStayMs", script.progressStayMs},
               {"progressLimitMs", script.progressLimitMs},
+              {"shows", textOf(script.shows)},
               {"exitCode", script.exitCode}}
       .dump(2);
 }

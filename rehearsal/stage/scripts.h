@@ -75,6 +75,8 @@ struct CardScript {
   unsigned progressStayMs = 0;   ///< the progress card, after "done" or "fail"
   unsigned progressLimitMs = 20000;  ///< it gives up following the file after this long
   int exitCode = 0;
+  /// A program that is started with the same arguments and waited for: the card itself.
+  std::filesystem::path shows = {};
 };
 
 /// The JSON texts of the scripts. `timeline` is the stage's timeline file.

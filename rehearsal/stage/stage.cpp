@@ -267,6 +267,12 @@ void Stage::installCard(CardScript script) {
   writeFile(scriptOf(card), scriptText(script, timeline_.file()));
 }
 
+void Stage::installShowingCard(CardScript script) {
+  script.shows = bin() / "result_card.exe";
+  copyFile(builtLauncher().parent_path() / "kov_result.exe", script.shows);
+  installCard(std::move(script));
+}
+
 void Stage::installBuiltCard() {
   copyFile(builtLauncher().parent_path() / "kov_result.exe", app() / "kov_result.exe");
 }

@@ -176,6 +176,8 @@ class Stage {
 
   /// The recording kov_result.exe beside the launcher.
   void installCard(CardScript script = {});
+  /// The same, which also shows the built card as the player sees it.
+  void installShowingCard(CardScript script = {});
 
   /// The real kov_result.exe that was built beside the launcher.
   void installBuiltCard();

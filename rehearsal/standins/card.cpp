@@ -37,16 +37,59 @@ void follow(const stage::StandIn& card, const std::filesystem::path& stateFile) 
   }
 }
 
-}  // namespace
+/// Our command line with another program in front.
+std::wstring commandLineFor(const std::filesystem::path& program) {
+  const std::wstring own = GetCommandLineW();
+  const std::size_t programEnd = own.find(L'"', 1);  // the launcher quotes its path
+  return L"\"" + program.wstring() + L"\"" +
+         (programEnd == std::wstring::npos ? L"" : own.substr(programEnd + 1));
+}
 
-int wmain(int count, wchar_t** arguments) {
-  const stage::StandIn card("card");
-  card.note("start", stage::StandIn::commandLine());
+/// The card itself, when the script names it; ended with this object.
+class ShownCard {
+ public:
+  explicit ShownCard(const std::filesystem::path& program) {
+    if (program.empty()) return;
+    std::wstring line = commandLineFor(program);
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                        &startup, &process_)) {
+      return;
+    }
+    WaitForInputIdle(process_.hProcess, 2000);
+  }
+  ~ShownCard() {
+    if (process_.hProcess == nullptr) return;
+    WaitForSingleObject(process_.hProcess, INFINITE);
+    CloseHandle(process_.hThread);
+    CloseHandle(process_.hProcess);
+  }
+  ShownCard(const ShownCard&) = delete;
+  ShownCard& operator=(const ShownCard&) = delete;
+
+ private:
+  PROCESS_INFORMATION process_{};
+};
+
+/// What the recorder does itself, whether or not a card is shown.
+void act(const stage::StandIn& card, int count, wchar_t** arguments) {
   if (argumentOf(count, arguments, L"--mode") == L"progress") {
     follow(card, argumentOf(count, arguments, L"--state"));
     Sleep(card.value("progressStayMs", 0U));
   } else {
     Sleep(card.value("stayMs", 0U));
+  }
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) {
+  const stage::StandIn card("card");
+  card.note("start", stage::StandIn::commandLine());
+  {
+    const ShownCard shown(card.path("shows"));
+    act(card, count, arguments);
   }
   const int code = card.value("exitCode", 0);
   card.note("exit", std::to_string(code));
