@@ -32,7 +32,7 @@ void copyFile(const fs::path& from, const fs::path& to) {
 /// A program that has just ended may hold its file for a moment; read-only files and
 /// folders are a test's doing.
 void removeTree(const fs::path& folder) {
-  for (int tries = 0; tries < 50; ++tries) {
+  for (int tries = 0; tries < 500; ++tries) {
     std::error_code error;
     fs::remove_all(folder, error);
     if (!pathExists(folder)) return;
