@@ -1,0 +1,551 @@
+// The launcher on a disk that fails it: folders that are missing, read-only, full or files,
+// files that are folders or held by somebody else, names of every kind. It goes on to its end,
+// and a finished run is still there afterwards, in the receipt at least.
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <filesystem>
+#include <string>
+
+#include "rehearsal/stage/stage.h"
+#include "tests/e2e/full_run.h"
+#include "tests/e2e/upload_run.h"
+#include "tests/unix_shell.h"
+
+namespace e2e {
+namespace {
+
+namespace fs = std::filesystem;
+using stage::Reply;
+using stage::textOf;
+
+constexpr char kRefusal[] = "{\"accepted\":false,\"error\":\"race is closed\"}";
+constexpr DWORD kNobodyElse = 0;
+
+const Lines kNoWeeklyFile = weeklyUnreachable();
+
+/// A machine whose game leaves a finished run that the server refuses.
+class DiskFault : public FullRunTest {
+ protected:
+  DiskFault() {
+    // A progress card that finds no upload.state does not hold up the test.
+    stage::CardScript card;
+    card.progressLimitMs = 50;
+    machine.installCard(card);
+    machine.writeReceipt(receipt_);
+    server.answer("GET", "*", Reply::text("{\"rows\":[]}"));
+    server.answer("POST", "*", Reply::json(kRefusal));
+    set("server", server.url());
+  }
+
+  /// The lines of the upload of the finished run.
+  static Lines uploaded() {
+    return {kNoTimer,
+            kNoPhase,
+            "ending inferred from splits: main (map=ENDING:main t=754.56)",
+            kReceiptTime,
+            "difficulty from game (receipt): normal",
+            std::string("upload response: ") + kRefusal};
+  }
+  static Lines failed(const Lines& saved = {}) {
+    return joined({{"stage: upload failed, saving pending"},
+                   saved,
+                   {"stage: upload done (ok=0)", "result card: kind=fail ok=0"}});
+  }
+  [[nodiscard]] std::string savedLine(const std::string& data) const {
+    return "pending saved: " + data + "\\pending\\p_YYYYMMDD_hhmmss.json";
+  }
+  [[nodiscard]] std::string savedLine() const { return savedLine(textOf(machine.data())); }
+  /// The whole log of a run that could not leave anything in its data folder.
+  [[nodiscard]] Lines nothingWritten() const {
+    return wholeLog({.weekly = kNoWeeklyFile,
+                     .receipt = {"failed to archive receipt"},
+                     .upload = uploaded(),
+                     .result = failed()});
+  }
+
+  /// The run is where the game left it, and a server that is willing gets it by hand.
+  void expectRunStillThere() {
+    EXPECT_EQ(stage::readFile(machine.receipt()), receipt_);
+    stage::RaceServer willing;
+    willing.answer("POST", "/submit", Reply::json(kAccepted));
+    set("server", willing.url());
+    machine.writeIni(settings);
+    EXPECT_EQ(machine.runLauncher("--upload").exitCode, 0U);
+    EXPECT_EQ(bodies(willing, "/submit"), Lines{payload("runner", receipt_)});
+  }
+
+  stage::RaceServer server;
+  const std::string receipt_ = stage::finishedRun().text();
+};
+
+// --- the data folder ------------------------------------------------------------------------
+
+TEST_F(DiskFault, dataFolderThatCannotBeMade) {
+  set("data", textOf(machine.root() / "none" / "data"));
+  EXPECT_EQ(maskedLog(play()), nothingWritten());
+  EXPECT_FALSE(stage::pathExists(machine.root() / "none"));
+  expectRunStillThere();
+}
+
+TEST_F(DiskFault, fileInPlaceOfTheDataFolder) {
+  const fs::path file = machine.root() / "data.txt";
+  stage::writeFile(file, "no folder\n");
+  set("data", textOf(file));
+  EXPECT_EQ(maskedLog(play()), nothingWritten());
+  EXPECT_EQ(stage::readFile(file), "no folder\n");
+  expectRunStillThere();
+}
+
+TEST_F(DiskFault, filesInPlaceOfTheFoldersInIt) {
+  stage::writeFile(machine.data() / "receipts", "no folder\n");
+  stage::writeFile(machine.data() / "pending", "no folder\n");
+  EXPECT_EQ(maskedLog(play()), wholeLog({.weekly = weeklyUpdated({}),
+                                         .receipt = {"failed to archive receipt"},
+                                         .upload = uploaded(),
+                                         .result = failed()}));
+  EXPECT_EQ(machine.dataFile("receipts"), "no folder\n");
+  EXPECT_EQ(machine.dataFile("pending"), "no folder\n");
+  expectRunStillThere();
+}
+
+TEST_F(DiskFault, foldersInPlaceOfItsFiles) {
+  for (const char* name : {"launch.state", "upload.state", "timer.enabled", "board.toggle",
+                           "week.json", "rand_seed.txt", "leaderboard.json", "board_data.txt",
+                           "board_en.txt", "board.txt", "board.tsv", "profile_token.txt",
+                           "profile_opened.flag"}) {
+    fs::create_directories(machine.data() / name);
+  }
+  EXPECT_EQ(maskedLog(play()), wholeLog({.weekly = kNoWeeklyFile,
+                                         .receipt = archived(kFinishedSummary),
+                                         .upload = uploaded(),
+                                         .result = failed({savedLine()})}));
+  expectRunStillThere();
+}
+
+/// A folder of the stage with a small file system of its own, for programs of this lane only.
+class SmallDisk {
+ public:
+  explicit SmallDisk(const fs::path& folder) : folder_(folder) {
+    fs::create_directories(folder_);
+    fs::create_directories(tools_);
+  }
+  ~SmallDisk() {
+    if (mounted_) (void)unix_shell::run(tools_, "umount -l " + quoted());
+  }
+  SmallDisk(const SmallDisk&) = delete;
+  SmallDisk& operator=(const SmallDisk&) = delete;
+
+  /// Why it cannot be had; empty when it is there.
+  std::string mount(const std::string& options) {
+    if (!unix_shell::ownMounts()) return "nothing can be mounted here but for everybody";
+    const auto result = unix_shell::run(
+        tools_, "mount -t tmpfs -o " + options + " kov " + quoted() + " && chmod 755 " + quoted());
+    mounted_ = result && result->exitCode == 0;
+    return mounted_ ? "" : "mount fails: " + (result ? result->output : "it does not end");
+  }
+  /// Writes until nothing more goes onto it.
+  void fill() const {
+    const HANDLE file = CreateFileW((folder_ / "filler.bin").c_str(), GENERIC_WRITE, 0, nullptr,
+                                    CREATE_ALWAYS, 0, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    const std::string page(4096, 'x');
+    DWORD written = 0;
+    do {
+      written = 0;
+      (void)WriteFile(file, page.data(), static_cast<DWORD>(page.size()), &written, nullptr);
+    } while (written == page.size());
+    CloseHandle(file);
+  }
+  void makeReadOnly() const {
+    const auto result = unix_shell::run(tools_, "mount -o remount,ro " + quoted());
+    ASSERT_TRUE(result && result->exitCode == 0) << (result ? result->output : "");
+  }
+
+ private:
+  [[nodiscard]] std::string quoted() const { return "'" + unix_shell::pathOf(folder_) + "'"; }
+
+  fs::path folder_;
+  fs::path tools_ = folder_.parent_path() / "disk";
+  bool mounted_ = false;
+};
+
+TEST_F(DiskFault, readOnlyDataFolder) {
+  const fs::path folder = machine.root() / "ro";
+  SmallDisk disk(folder);
+  if (const std::string why = disk.mount("size=64k"); !why.empty()) GTEST_SKIP() << why;
+  stage::writeFile(folder / "week.json", "{\"seed\": 4711}");
+  stage::writeFile(folder / "pending" / "p_20261114_210000.json", "{\"old\":1}");
+  disk.makeReadOnly();
+  set("data", textOf(folder));
+  const Lines kept = stage::listFolder(folder);
+  EXPECT_EQ(maskedLog(play()), wholeLog({.weekly = weeklyUnreachable({"weekly seed = 4711"}),
+                                         .flush = {"pending flushed: 0"},
+                                         .receipt = {"failed to archive receipt"},
+                                         .upload = uploaded(),
+                                         .result = failed()}));
+  EXPECT_EQ(stage::listFolder(folder), kept);
+  expectRunStillThere();
+}
+
+// Whether the bytes arrived is asked nowhere, so the log speaks of an archive and of a queued
+// run that are empty. The game's own receipt is what is left then.
+TEST_F(DiskFault, fullDataFolder) {
+  const fs::path folder = machine.root() / "full";
+  SmallDisk disk(folder);
+  if (const std::string why = disk.mount("size=64k"); !why.empty()) GTEST_SKIP() << why;
+  stage::writeFile(folder / "week.json", std::string(100, 'w'));
+  set("data", textOf(folder));
+  disk.fill();
+  EXPECT_EQ(maskedLog(play()),
+            wholeLog({.weekly = weeklyUpdated({}),
+                      .receipt = {"receipt archived: " + textOf(folder) +
+                                      "\\receipts\\receipt_YYYYMMDD_hhmmss.json",
+                                  std::string("receipt summary: ") + kFinishedSummary},
+                      .upload = uploaded(),
+                      .result = failed({savedLine(textOf(folder))})}));
+  // The old copy's page is used again for the first file that comes; the others are empty.
+  EXPECT_EQ(stage::readFile(folder / "week.json"), "{\"rows\":[]}");
+  EXPECT_EQ(stage::readFile(folder / "leaderboard.json"), "");
+  for (const char* name : {"receipts", "pending"}) {
+    const Lines files = stage::listFolder(folder / name);
+    ASSERT_EQ(files.size(), 1U) << name;
+    EXPECT_EQ(stage::readFile(folder / name / files[0]), "") << name;
+  }
+  expectRunStillThere();
+
+  // An empty entry is never sent.
+  const std::size_t before = server.requests("POST", "/submit").size();
+  set("server", server.url());
+  (void)play();
+  EXPECT_EQ(server.requests("POST", "/submit").size(), before);
+}
+
+// --- the receipt ----------------------------------------------------------------------------
+
+/// What a run does whose receipt cannot be read.
+const Lines kNoReceiptUpload = {kNoTimer, "no receipt to upload",
+                                "skip reported: no receipt file"};
+
+TEST_F(DiskFault, folderInPlaceOfTheReceipt) {
+  fs::remove(machine.receipt());
+  fs::create_directories(machine.receipt() / "inside");
+  EXPECT_EQ(maskedLog(play()),
+            wholeLog({.weekly = weeklyUpdated({}), .upload = kNoReceiptUpload}));
+  EXPECT_TRUE(stage::pathExists(machine.receipt() / "inside"));
+}
+
+TEST_F(DiskFault, receiptThatAnotherProgramHolds) {
+  {
+    const HeldFile held(machine.receipt(), kNobodyElse);
+    EXPECT_EQ(maskedLog(play()),
+              wholeLog({.weekly = weeklyUpdated({}), .upload = kNoReceiptUpload}));
+  }
+  expectRunStillThere();
+}
+
+// The mod's result is the better one, so it is the one to be queued, and not the receipt
+// behind its back; held, it cannot be. Both files stay.
+TEST_F(DiskFault, modResultThatAnotherProgramHolds) {
+  const std::string result = "{\"status\":\"ending\",\"map\":\"ENDING:true\",\"t\":700}";
+  machine.writeModResult(result);
+  {
+    const HeldFile held(machine.modResult(), kNobodyElse);
+    EXPECT_EQ(maskedLog(play()), wholeLog({.weekly = weeklyUpdated({}),
+                                           .receipt = archived(kFinishedSummary),
+                                           .upload = uploaded(),
+                                           .result = failed()}));
+  }
+  EXPECT_EQ(stage::readFile(machine.modResult()), result);
+  EXPECT_EQ(stage::readFile(machine.receipt()), receipt_);
+  EXPECT_FALSE(stage::pathExists(machine.data() / "pending"));
+}
+
+// --- files that somebody else holds ---------------------------------------------------------
+
+TEST_F(DiskFault, queueEntryThatAnotherProgramHoldsIsPassedOver) {
+  fs::remove(machine.receipt());
+  server.clearAnswers();
+  server.answer("GET", "*", Reply::text("{\"rows\":[]}"));
+  server.answer("POST", "*", Reply::json(kAccepted));
+  const fs::path pending = machine.data() / "pending";
+  for (const char* name : {"p_1.json", "p_2.json", "p_3.json"}) {
+    stage::writeFile(pending / name, std::string("{\"name\":\"") + name + "\"}");
+  }
+  {
+    const HeldFile held(pending / "p_2.json", kNobodyElse);
+    EXPECT_EQ(maskedLog(play()), wholeLog({.weekly = weeklyUpdated({}),
+                                           .flush = {"pending flushed: 2"},
+                                           .upload = kNoReceiptUpload}));
+  }
+  EXPECT_EQ(stage::listFolder(pending), Lines{"p_2.json"});
+  EXPECT_TRUE(play().hasLogLine("pending flushed: 1"));
+  EXPECT_EQ(stage::listFolder(pending), Lines{});
+}
+
+TEST_F(DiskFault, stateFilesThatAnotherProgramHoldsStayAsTheyAre) {
+  const Lines names = {"launch.state", "upload.state", "timer.enabled", "board.toggle"};
+  for (const std::string& name : names) stage::writeFile(machine.data() / name, "old");
+  {
+    // Others may read them, as the game's overlay does.
+    const HeldFile first(machine.data() / names[0], FILE_SHARE_READ);
+    const HeldFile second(machine.data() / names[1], FILE_SHARE_READ);
+    const HeldFile third(machine.data() / names[2], FILE_SHARE_READ);
+    const HeldFile fourth(machine.data() / names[3], FILE_SHARE_READ);
+    EXPECT_EQ(maskedLog(play()), wholeLog({.weekly = weeklyUpdated({}),
+                                           .receipt = archived(kFinishedSummary),
+                                           .upload = uploaded(),
+                                           .result = failed({savedLine()})}));
+  }
+  for (const std::string& name : names) EXPECT_EQ(machine.dataFile(name), "old") << name;
+  expectRunStillThere();
+}
+
+// --- the program folder ---------------------------------------------------------------------
+
+class DiskFaultProgram : public UploadTest {
+ protected:
+  DiskFaultProgram() { machine.writeReceipt(stage::finishedRun().text()); }
+
+  static Lines acceptedLog() {
+    return uploadLog({kNoProbe, kNoPhase,
+                      "ending inferred from splits: main (map=ENDING:main t=754.56)", kReceiptTime,
+                      "difficulty from game (receipt): normal",
+                      std::string("upload response: ") + kAccepted},
+                     true);
+  }
+  /// The console of a run that went well.
+  static std::string acceptedConsole() {
+    Lines lines = acceptedLog();
+    const std::string last = lines.back();
+    lines.pop_back();
+    return asWritten(lines) + "\r\n上传成功\r\n" + last + "\r\n";
+  }
+};
+
+TEST_F(DiskFaultProgram, logThatAnotherProgramHolds) {
+  stage::writeFile(machine.log(), "an earlier run\r\n");
+  stage::RunResult run;
+  {
+    const HeldFile held(machine.log(), kNobodyElse);
+    run = upload();
+  }
+  EXPECT_EQ(run.exitCode, 0U);
+  EXPECT_EQ(run.console, acceptedConsole());
+  EXPECT_EQ(machine.logBytes(), "an earlier run\r\n");
+}
+
+TEST_F(DiskFaultProgram, folderInPlaceOfTheLog) {
+  fs::create_directories(machine.log());
+  const stage::RunResult run = upload();
+  EXPECT_EQ(run.exitCode, 0U);
+  EXPECT_EQ(run.console, acceptedConsole());
+}
+
+TEST_F(DiskFaultProgram, fullDiskUnderTheLog) {
+  const fs::path folder = machine.root() / "fullapp";
+  SmallDisk disk(folder);
+  // The program itself has to fit; what is left is filled.
+  const std::uintmax_t pages = fs::file_size(machine.launcher()) / 4096 + 16;
+  if (const std::string why = disk.mount("size=" + std::to_string(pages * 4) + "k");
+      !why.empty()) {
+    GTEST_SKIP() << why;
+  }
+  const fs::path program = copyLauncher(machine, folder);
+  set("receipt", textOf(machine.receipt()));
+  set("data", textOf(machine.data()));
+  machine.writeIni(settings);
+  fs::copy_file(machine.app() / "launcher.ini", folder / "launcher.ini");
+  stage::writeFile(folder / "launcher.log", "");
+  disk.fill();
+  stage::LauncherRun launcher(program, "--upload", {});
+  const stage::RunResult run = launcher.wait();
+  EXPECT_FALSE(run.hang);
+  EXPECT_EQ(run.exitCode, 0U);
+  EXPECT_EQ(run.console, acceptedConsole());
+  EXPECT_EQ(stage::readFile(folder / "launcher.log"), "");
+}
+
+TEST_F(DiskFaultProgram, settingsThatAnotherProgramHoldsAreNoSettings) {
+  machine.writeIni(settings);
+  const HeldFile held(machine.app() / "launcher.ini", kNobodyElse);
+  const stage::RunResult run = machine.runLauncher();
+  EXPECT_EQ(run.exitCode, 1U);
+  EXPECT_EQ(run.logLines(),
+            (Lines{kStartLine, "launcher.ini missing or incomplete (need receipt and data "
+                               "fields)"}));
+  EXPECT_TRUE(stage::pathExists(machine.receipt()));
+}
+
+TEST_F(DiskFaultProgram, folderInPlaceOfTheSettingsIsNoSettings) {
+  fs::create_directories(machine.app() / "launcher.ini");
+  const stage::RunResult run = machine.runLauncher();
+  EXPECT_EQ(run.exitCode, 1U);
+  EXPECT_EQ(run.logLines(),
+            (Lines{kStartLine, "launcher.ini missing or incomplete (need receipt and data "
+                               "fields)"}));
+}
+
+// --- names ----------------------------------------------------------------------------------
+
+/// Folders whose names make trouble, each as the folder above receipt, data and program.
+class DiskNames : public DiskFault {
+ protected:
+  /// A whole run that is refused and then one by hand that is accepted, all below `name`.
+  void playBelow(const std::string& name) { playBelow(name, name); }
+  /// On the disk the folder has another name.
+  void playBelow(const std::string& name, const std::string& nameOnDisk) {
+    const fs::path folder = machine.root() / stage::pathOf(nameOnDisk);
+    const fs::path data = folder / "data";
+    stage::writeFile(folder / "receipt.json", receipt_);
+    const std::string here = stage::toAnsi(textOf(machine.root()) + "\\" + name);
+    set("receipt", here + "\\receipt.json");
+    set("data", here + "\\data");
+    set("server", server.url());
+    // Paths stand in the log as in the settings: in bytes of the ANSI code page.
+    EXPECT_EQ(maskedLog(play()),
+              wholeLog({.weekly = weeklyUpdated({}),
+                        .receipt = {"receipt archived: " + here +
+                                        "\\data\\receipts\\receipt_YYYYMMDD_hhmmss.json",
+                                    std::string("receipt summary: ") + kFinishedSummary},
+                        .upload = uploaded(),
+                        .result = failed({savedLine(here + "\\data")})}));
+    EXPECT_EQ(stage::listFolder(data / "receipts").size(), 1U);
+    const Lines queued = stage::listFolder(data / "pending");
+    ASSERT_EQ(queued.size(), 1U);
+    EXPECT_EQ(stage::readFile(data / "pending" / queued[0]), receipt_);
+    EXPECT_EQ(stage::readFile(data / "upload.state"), "fail");
+    EXPECT_EQ(stage::readFile(data / "board.tsv"), "{\"rows\":[]}");
+
+    stage::RaceServer willing;
+    willing.answer("POST", "/submit", Reply::json(kAccepted));
+    set("server", willing.url());
+    machine.writeIni(settings);
+    EXPECT_EQ(machine.runLauncher("--upload").exitCode, 0U);
+    EXPECT_FALSE(stage::pathExists(folder / "receipt.json"));
+  }
+};
+
+TEST_F(DiskNames, blanksAndApostrophes) { playBelow("Joe's  race folder"); }
+TEST_F(DiskNames, percentSigns) { playBelow("100%d %s %n"); }
+TEST_F(DiskNames, halfAPlaceholder) { playBelow("%APPDIR %localdata%"); }
+TEST_F(DiskNames, charactersOfACommandLine) { playBelow("a & b (1), [2]; #3 ^$!=+~`@{}"); }
+TEST_F(DiskNames, westernLetters) {
+  if (stage::ansiCodePage() != 1252) GTEST_SKIP() << "the code page lacks them";
+  playBelow("Müller é ñ");
+}
+TEST_F(DiskNames, dotsInFrontAndWithin) { playBelow("..a...b"); }
+
+class DiskNamesCp936 : public DiskNames {};
+
+TEST_F(DiskNamesCp936, chinese) {
+  ASSERT_EQ(stage::ansiCodePage(), 936U);
+  playBelow("竞速 数据");
+}
+// Characters whose second byte is a backslash.
+TEST_F(DiskNamesCp936, chineseWithBackslashBytes) {
+  ASSERT_EQ(stage::ansiCodePage(), 936U);
+  const std::string name = "誠實";
+  ASSERT_NE(stage::toAnsi(name).find('\\'), std::string::npos);
+  playBelow(name);
+}
+
+// Windows drops the dots behind each name of a path, and so finds what it wrote.
+TEST_F(DiskNames, dotsBehind) { playBelow("race.", "race"); }
+
+// --- lengths --------------------------------------------------------------------------------
+
+/// Removes a folder with all that is in it, also beyond 260 characters, where the C++
+/// library's own way ends.
+void removeLong(const std::wstring& folder) {
+  WIN32_FIND_DATAW found;
+  const HANDLE listing = FindFirstFileW((folder + L"\\*").c_str(), &found);
+  if (listing == INVALID_HANDLE_VALUE) return;
+  do {
+    const std::wstring name = found.cFileName;
+    if (name == L"." || name == L"..") continue;
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+      removeLong(folder + L"\\" + name);
+    } else {
+      (void)DeleteFileW((folder + L"\\" + name).c_str());
+    }
+  } while (FindNextFileW(listing, &found));
+  FindClose(listing);
+  (void)RemoveDirectoryW(folder.c_str());
+}
+
+class DiskPaths : public DiskNames {
+ protected:
+  ~DiskPaths() override {
+    removeLong(L"\\\\?\\" + (machine.root() / std::string(150, 'n')).wstring());
+  }
+
+  /// A folder name with which a path below the stage has this length.
+  [[nodiscard]] std::string nameFor(std::size_t length, const std::string& behind) const {
+    const std::size_t rest = textOf(machine.root()).size() + 1 + behind.size();
+    std::string name(length - rest, 'n');
+    if (name.size() > 200) name[150] = '\\';  // no single name may be that long
+    return name;
+  }
+};
+
+// 259 characters are what Windows takes without more ado.
+TEST_F(DiskPaths, longestArchiveAndReceipt) {
+  playBelow(nameFor(259, "\\data\\receipts\\receipt_YYYYMMDD_hhmmss.json"));
+}
+
+// Beyond that Windows refuses; Wine knows no such limit.
+TEST_F(DiskPaths, receiptBeyond) {
+  const fs::path folder = machine.root() / nameFor(300, "\\receipt.json");
+  fs::create_directories(folder);
+  const fs::path receipt = folder / "receipt.json";
+  fs::rename(machine.receipt(), receipt);
+  set("receipt", textOf(receipt));
+  const Lines log = maskedLog(play());
+  EXPECT_EQ(stage::readFile(receipt), receipt_);
+  if (stage::runsUnderWine()) {
+    EXPECT_EQ(log, wholeLog({.weekly = weeklyUpdated({}),
+                             .receipt = archived(kFinishedSummary),
+                             .upload = uploaded(),
+                             .result = failed({savedLine()})}));
+  } else {
+    EXPECT_EQ(log, wholeLog({.weekly = weeklyUpdated({}),
+                             .receipt = {"no receipt file found at " + textOf(receipt)},
+                             .upload = kNoReceiptUpload}));
+  }
+}
+
+// A program whose own path is longer starts neither on Windows nor under Wine.
+class DiskPathsProgram : public DiskPaths {
+ protected:
+  /// `--upload` by a launcher whose own path has this length.
+  stage::RunResult uploadFrom(std::size_t length) {
+    folder_ = machine.root() / nameFor(length, "\\launcher.exe");
+    const fs::path program = copyLauncher(machine, folder_);
+    machine.writeIni(settings);
+    fs::copy_file(machine.app() / "launcher.ini", folder_ / "launcher.ini");
+    stage::LauncherRun run(program, "--upload", {});
+    const stage::RunResult result = run.wait();
+    EXPECT_FALSE(result.hang);
+    return result;
+  }
+
+  fs::path folder_;
+};
+
+TEST_F(DiskPathsProgram, longestOfItsOwn) {
+  server.clearAnswers();
+  server.answer("POST", "/submit", Reply::json(kAccepted));
+  const stage::RunResult run = uploadFrom(259);
+  EXPECT_EQ(run.exitCode, 0U);
+  EXPECT_EQ(run.logLines(), uploadLog([] {
+              Lines lines = uploaded();
+              lines.back() = std::string("upload response: ") + kAccepted;
+              return lines;
+            }(), true));
+}
+
+}  // namespace
+}  // namespace e2e

@@ -1,0 +1,132 @@
+// Files that change or cannot be had while the launcher's file helpers are at them.
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <atomic>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "core/file_io.h"
+#include "rehearsal/stage/files.h"
+#include "rehearsal/stage/text.h"
+
+namespace launcher {
+namespace {
+
+namespace fs = std::filesystem;
+constexpr int kRounds = 200;
+
+/// A receipt that somebody keeps replacing: two complete texts of different lengths.
+class ReplacedReceipt : public ::testing::Test {
+ protected:
+  ReplacedReceipt() { stage::writeFile(file, first); }
+  ~ReplacedReceipt() override {
+    stop();
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
+  }
+
+  /// Calls `write` with the two texts in turn until stop().
+  template <class Write>
+  void keepReplacing(Write write) {
+    writer_ = std::thread([this, write] {
+      for (bool other = true; !stopping_; other = !other) {
+        write(other ? second : first);
+        ++written_;
+      }
+    });
+  }
+  void stop() {
+    stopping_ = true;
+    if (writer_.joinable()) writer_.join();
+  }
+  /// How often each outcome came in 200 reads: "first", "second", "none" (it did not open),
+  /// "empty", "start" (of either), else the text itself.
+  std::map<std::string, int> readOften() {
+    std::map<std::string, int> outcomes;
+    const ULONGLONG limit = GetTickCount64() + 30000;
+    for (int round = 0; round < kRounds; ++round) {
+      const int before = written_;
+      ++outcomes[outcomeOf(readFile(stage::textOf(file)))];
+      while (written_ == before && GetTickCount64() < limit) Sleep(0);
+    }
+    stop();
+    EXPECT_GE(written_, kRounds);
+    return outcomes;
+  }
+  std::string outcomeOf(const std::optional<std::string>& text) const {
+    if (!text) return "none";
+    if (text->empty()) return "empty";
+    if (*text == first) return "first";
+    if (*text == second) return "second";
+    if (first.starts_with(*text) || second.starts_with(*text)) return "start";
+    return *text;
+  }
+
+  const fs::path folder = fs::temp_directory_path() / "kov-replaced-receipt";
+  const fs::path file = folder / "receipt.json";
+  const std::string first = "{\"status\":\"ending\",\"pad\":\"" + std::string(3000, 'a') + "\"}";
+  // Large, so that the file often shrinks between the question for its size and the reading.
+  const std::string second =
+      "{\"status\":\"ending\",\"pad\":\"" + std::string(2 << 20, 'b') + "\"}";
+
+ private:
+  std::thread writer_;
+  std::atomic<bool> stopping_ = false;
+  std::atomic<int> written_ = 0;
+};
+
+// The clean way: a new file takes the old one's name in one step.
+TEST_F(ReplacedReceipt, byRenamingIsOneOrTheOtherWhole) {
+  keepReplacing([this](const std::string& text) {
+    stage::writeFile(folder / "new.json", text);
+    // Fails while the reader has the old one open; then it is tried again.
+    while (!MoveFileExW((folder / "new.json").c_str(), file.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+      Sleep(0);
+    }
+  });
+  for (const auto& [outcome, times] : readOften()) {
+    EXPECT_TRUE(outcome == "first" || outcome == "second" || outcome == "none")
+        << times << " times: " << outcome.substr(0, 100);
+    RecordProperty(outcome.substr(0, 10), times);
+  }
+}
+
+// The careless way: cut to nothing and written again. A read in between has a part of it, or
+// as much of the new text as the old one was long; nothing else, and never more.
+TEST_F(ReplacedReceipt, byRewritingIsAStartAtMost) {
+  keepReplacing([this](const std::string& text) { stage::writeFile(file, text); });
+  for (const auto& [outcome, times] : readOften()) {
+    EXPECT_TRUE(outcome == "first" || outcome == "second" || outcome == "none" ||
+                outcome == "empty" || outcome == "start")
+        << times << " times: " << outcome.substr(0, 100);
+    RecordProperty(outcome.substr(0, 10), times);
+  }
+}
+
+TEST_F(ReplacedReceipt, byDeletingAndWritingIsAStartAtMost) {
+  keepReplacing([this](const std::string& text) {
+    (void)DeleteFileW(file.c_str());
+    const HANDLE made = CreateFileW(file.c_str(), GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS, 0,
+                                    nullptr);
+    if (made == INVALID_HANDLE_VALUE) return;
+    DWORD written = 0;
+    (void)WriteFile(made, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    (void)CloseHandle(made);
+  });
+  for (const auto& [outcome, times] : readOften()) {
+    EXPECT_TRUE(outcome == "first" || outcome == "second" || outcome == "none" ||
+                outcome == "empty" || outcome == "start")
+        << times << " times: " << outcome.substr(0, 100);
+    RecordProperty(outcome.substr(0, 10), times);
+  }
+}
+
+}  // namespace
+}  // namespace launcher
