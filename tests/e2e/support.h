@@ -4,6 +4,7 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "rehearsal/stage/stage.h"
@@ -77,6 +78,29 @@ inline std::filesystem::path copyLauncher(const stage::Stage& machine,
   std::filesystem::copy_file(machine.launcher(), copy);
   return copy;
 }
+
+/// Steam's usual folder, where the launcher looks without a registry value; for as long as this
+/// lives, and only when the machine has none of its own.
+class UsualSteamFolder {
+ public:
+  UsualSteamFolder() {
+    std::error_code ignored;
+    mine_ = std::filesystem::create_directory(path(), ignored);
+  }
+  ~UsualSteamFolder() {
+    std::error_code ignored;
+    if (mine_) std::filesystem::remove_all(path(), ignored);
+  }
+  UsualSteamFolder(const UsualSteamFolder&) = delete;
+  UsualSteamFolder& operator=(const UsualSteamFolder&) = delete;
+
+  /// False: there is one already, or nobody lets us create it.
+  [[nodiscard]] bool isOurs() const { return mine_; }
+  static std::filesystem::path path() { return L"C:\\Program Files (x86)\\Steam"; }
+
+ private:
+  bool mine_ = false;
+};
 
 /// A script in which the game writes this receipt and stays until it is ended.
 inline stage::GameScript staysAfterRun(const stage::Stage& machine, std::string_view receiptText) {
