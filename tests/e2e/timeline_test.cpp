@@ -1,0 +1,249 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cctype>
+
+#include "tests/e2e/call_trace.h"
+#include "tests/e2e/support.h"
+
+namespace {
+
+using e2e::Lines;
+using stage::textOf;
+
+/// The weekly files of a server with one result on its board.
+constexpr std::pair<const char*, const char*> kWeekly[] = {
+    {"/week/current", "{\"seed\":20261147}"},
+    {"/leaderboard", "{\"rows\":[1]}"},
+    {"/board-data", "1|runner"},
+    {"/board-en", "1 runner EN"},
+    {"/leaderboard.txt", "1 runner"},
+    {"/leaderboard.tsv", "1;runner"},
+};
+
+/// The whole happy run as the outside sees it: one result queued last week, one file of the
+/// race mod to install, LiveSplit not yet started, a login code that comes with the answer.
+class TimelineTest : public testing::Test {
+ protected:
+  TimelineTest() {
+    stage::Rules rules;
+    rules.lateWeeks = {"2026-W46"};
+    server_.setRules(rules);
+    for (const auto& [target, text] : kWeekly) {
+      server_.answer("GET", target, stage::Reply::text(text));
+    }
+    machine_.putUpStandardMachine(server_.url());
+    machine_.setGame(e2e::staysAfterRun(machine_, run_.text()));
+    std::filesystem::remove(machine_.gameFolder() / "dwmapi.dll");
+    lastWeek_.week = "2026-W46";
+    stage::writeFile(machine_.data() / "pending" / "p_20261114_201500.json", lastWeek_.text());
+  }
+  ~TimelineTest() override { machine_.endPrograms(); }
+
+  /// Runs the launcher; the player closes the game as soon as the launcher says "playing".
+  std::optional<std::uint32_t> play() {
+    const std::string state = textOf(machine_.data() / "launch.state");
+    e2e::CallTrace trace(machine_.root(), machine_.timeline(),
+                         [&](std::string_view path, std::string_view bytes) {
+                           if (path == state && bytes == "playing") machine_.endGame();
+                         });
+    return trace.run(machine_.launcher(), 60000);
+  }
+
+  /// An event as one line without its line end. The stage's folder is written "@", the
+  /// game's "GAME"; a line of the log stands behind "log".
+  [[nodiscard]] std::string lineOf(const stage::Event& event) const {
+    const std::string root = textOf(machine_.root());
+    std::string rootInRegistry = root;
+    rootInRegistry[0] = static_cast<char>(std::tolower(rootInRegistry[0]));
+    std::string line = event.who + " " + event.what + " " + event.text;
+    line = stage::replaceAll(std::move(line), textOf(machine_.gameFolder()), "GAME");
+    line = stage::replaceAll(std::move(line), root, "@");
+    line = stage::replaceAll(std::move(line), rootInRegistry, "@");
+    line = stage::replaceAll(std::move(line), "launcher write @\\app\\launcher.log ", "log ");
+    if (line.ends_with("\r\n")) line.resize(line.size() - 2);
+    if (line.ends_with('\n')) line.pop_back();
+    return e2e::maskStamps(e2e::maskNumbers(std::move(line)));
+  }
+
+  /// What the launcher and those that it waits for did, in order. The others come up when
+  /// they come up.
+  [[nodiscard]] Lines inStep() const {
+    Lines lines;
+    for (const stage::Event& event : machine_.timeline().events()) {
+      const bool waitedFor = (event.who == "game" || event.who == "card") && event.what == "exit";
+      if (event.who == "launcher" || event.who == "server" || event.who == "timer" || waitedFor) {
+        lines.push_back(lineOf(event));
+      }
+    }
+    return lines;
+  }
+
+  /// What one of the programs noted of itself.
+  [[nodiscard]] Lines eventsOf(std::string_view who) const {
+    Lines lines;
+    for (const stage::Event& event : machine_.timeline().events(who)) {
+      lines.push_back(lineOf(event));
+    }
+    return lines;
+  }
+
+  const stage::Receipt run_ = stage::finishedRun();
+  stage::Receipt lastWeek_ = stage::finishedRun();
+  stage::Stage machine_{"line"};
+  stage::RaceServer server_{{.timeline = machine_.timeline()}};
+};
+
+TEST_F(TimelineTest, theHappyRunFromTheOutside) {
+  ASSERT_EQ(play(), 0U);
+  const std::string receipt = run_.text();
+  std::string config = stage::liveSplitSettings({"@\\ls\\halvorn.lsl", "@\\ls\\halvorn.lsl"});
+  config.resize(config.size() - 2);  // its last line end
+  const std::string accepted =
+      R"({"accepted":true,"rank":1,"points":100,"token":"kq7-4821"})";
+  const std::string steam = R"("@\steam\steam.exe" -applaunch 1943950)";
+  const std::string timer = R"("@\ls\LiveSplit.exe" "@\ls\race.lss")";
+  const std::string page = "https://kov-race.example/profile?token=kq7-4821";
+  const std::string progressCard =
+      R"("@\app\kov_result.exe" --mode progress --state "@\data\upload.state")";
+  const std::string resultCard =
+      R"("@\app\kov_result.exe" --ok 1 --kind ok --total 754.60 --difficulty normal --ending main)"
+      R"( --rank 1 --points 100 --msg "login code: kq7-4821")";
+
+  EXPECT_EQ(
+      inStep(),
+      (Lines{
+          "log === KOV launcher start (build 2026-10-28 13:45) ===",
+          R"(log steam detected: @\steam\steam.exe)",
+          R"(log game detected: GAME\Backrooms-Win64-Shipping.exe)",
+          "log installing mod files from package...",
+          R"(launcher write GAME\dwmapi.dll MZ: the loader of the race mod)",
+          "log installed 1 files into GAME",
+          "log mod install verified OK (4/4 files)",
+          "log steam persona detected: 竞速玩家",
+          R"(launcher folder @\data\receipts)",
+          // LiveSplit
+          R"(launcher write @\ls\settings.cfg )" + config,
+          R"(log livesplit layout path fixed to @\ls\halvorn.lsl)",
+          "launcher start " + timer + R"( in @\app\)",
+          "log livesplit started early (before chooser)",
+          "log difficulty chooser skipped (in-game difficulty is authoritative)",
+          "log livesplit already running (pid #), not opening another",
+          "timer connect 1",
+          "timer command getcurrenttimerphase",
+          "timer reply NotRunning",
+          "log livesplit tcp server reachable (phase=NotRunning)",
+          // The week
+          "server request GET /week/current",
+          R"(server reply 200 {"seed":20261147})",
+          R"(launcher write @\data\week.json {"seed":20261147})",
+          "log week.json updated from server",
+          R"(launcher write @\data\rand_seed.txt 20261147)",
+          "log weekly seed = 20261147",
+          "server request GET /leaderboard",
+          R"(server reply 200 {"rows":[1]})",
+          R"(launcher write @\data\leaderboard.json {"rows":[1]})",
+          "log leaderboard.json updated from server",
+          "server request GET /board-data",
+          "server reply 200 1|runner",
+          R"(launcher write @\data\board_data.txt 1|runner)",
+          "log board_data.txt updated from server",
+          "server request GET /board-en",
+          "server reply 200 1 runner EN",
+          R"(launcher write @\data\board_en.txt 1 runner EN)",
+          "log board_en.txt updated from server",
+          "server request GET /leaderboard.txt",
+          "server reply 200 1 runner",
+          R"(launcher write @\data\board.txt 1 runner)",
+          "log board.txt updated from server",
+          "server request GET /leaderboard.tsv",
+          "server reply 200 1;runner",
+          R"(launcher write @\data\board.tsv 1;runner)",
+          "log board.tsv updated from server",
+          // Flags and the queue
+          R"(launcher write @\data\timer.enabled 0)",
+          "log timer overlay: 0",
+          R"(launcher write @\data\board.toggle 0)",
+          R"(launcher write @\data\timer.enabled 0)",
+          R"(server request POST /submit {"player":"竞速玩家","difficulty":"normal",)" +
+              lastWeek_.text().substr(1),
+          "server reply 200 " + accepted,
+          R"(launcher delete @\data\pending\p_YYYYMMDD_hhmmss.json)",
+          "log pending flushed: 1",
+          // The game
+          R"(launcher write @\data\launch.state launching)",
+          "log stage: launching game",
+          "launcher start " + steam + R"( in @\app\)",
+          "log steam started with -applaunch 1943950",
+          "log game running (pid #), waiting for exit...",
+          R"(launcher write @\data\launch.state playing)",
+          "game exit 0",
+          "log game exited",
+          "log stage: game closed (launch result=1), archiving receipt",
+          R"(launcher write @\data\receipts\receipt_YYYYMMDD_hhmmss.json )" + receipt,
+          R"(log receipt archived: @\data\receipts\receipt_YYYYMMDD_hhmmss.json)",
+          R"(log receipt summary: ending=[{"i":0 total=754.560 status="ending")",
+          // The upload
+          R"(launcher write @\data\launch.state uploading)",
+          "log stage: uploading",
+          R"(launcher write @\data\upload.state uploading)",
+          "launcher start " + progressCard + R"( in @\app\)",
+          "timer connect 2",
+          "timer command getfinaltime",
+          "timer reply 00:12:34.6000000",
+          "log livesplit probe ok: 754.60",
+          "timer connect 3",
+          "timer command getcurrenttimerphase",
+          "timer reply Ended",
+          "log livesplit phase: Ended",
+          "log ending inferred from splits: main (map=ENDING:main t=754.56)",
+          "timer connect 4",
+          "timer command getfinaltime",
+          "timer reply 00:12:34.6000000",
+          "log cross-check: livesplit=754.60 lastSplit=754.56 diff=0.04",
+          "timer connect 5",
+          "timer command getfinaltime",
+          "timer reply 00:12:34.6000000",
+          "log livesplit time used: 754.60 (receipt said 754.560)",
+          "log difficulty from game (receipt): normal",
+          R"(server request POST /submit {"player":"竞速玩家","playerId":"76561198000000001",)" +
+              stage::replaceAll(receipt.substr(1), "754.560,\"d", "754.60,\"d"),
+          "server reply 200 " + accepted,
+          R"(launcher write @\data\profile_token.txt kq7-4821)",
+          "log profile token saved",
+          R"(launcher start "@\bin\browser.exe" ")" + page + R"(" in @\app\)",
+          R"(launcher write @\data\profile_opened.flag 1)",
+          "log opened profile page (first time)",
+          "log upload response: " + accepted,
+          R"(launcher delete @\receipt.json)",
+          R"(launcher write @\data\upload.state done)",
+          "card exit 0",
+          "log stage: upload done (ok=1)",
+          // The result
+          "log result card: kind=ok ok=1",
+          "launcher start " + resultCard + R"( in @\app\)",
+          "card exit 0",
+          R"(launcher write @\data\launch.state done)",
+          "log === KOV launcher done ===",
+          "launcher exit 0",
+      }));
+
+  // And each of the programs as it saw itself.
+  ASSERT_TRUE(machine_.timeline().waitFor("browser", "open"));
+  EXPECT_EQ(eventsOf("browser"), Lines{"browser open " + page});
+  EXPECT_EQ(eventsOf("livesplit"),
+            (Lines{"livesplit start " + timer, "livesplit listening 16834"}));
+  // Steam starts the game in its own time.
+  EXPECT_THAT(eventsOf("steam"),
+              testing::UnorderedElementsAre("steam start " + steam, "steam exit 0",
+                                            R"(steam launch GAME\Backrooms-Win64-Shipping.exe)"));
+  EXPECT_EQ(eventsOf("game"), (Lines{R"(game start "GAME\Backrooms-Win64-Shipping.exe")",
+                                     R"(game write @\receipt.json)", "game exit 0"}));
+  Lines cards = eventsOf("card");
+  // A card that comes up late sees the end of the upload only.
+  std::erase(cards, "card state uploading");
+  EXPECT_EQ(cards, (Lines{"card start " + progressCard, "card state done", "card exit 0",
+                          "card start " + resultCard, "card exit 0"}));
+}
+
+}  // namespace
