@@ -111,10 +111,13 @@ struct TimerServer::Impl {
   explicit Impl(Options given)
       : options(std::move(given)), listener(listenOn(options.port)), port(portOf(*listener)) {
     manner = options.manner;
-    acceptor = std::thread([this] { acceptLoop(); });
   }
 
   ~Impl() { stop(); }
+
+  void start() {
+    acceptor = std::thread([this] { acceptLoop(); });
+  }
 
   void stop() {
     if (!acceptor.joinable()) return;
@@ -240,7 +243,10 @@ struct TimerServer::Impl {
 
 TimerServer::TimerServer() : TimerServer(Options()) {}
 
-TimerServer::TimerServer(Options options) : impl_(std::make_unique<Impl>(std::move(options))) {}
+TimerServer::TimerServer(Options options) : impl_(std::make_unique<Impl>(std::move(options))) {
+  if (impl_->options.prepare) impl_->options.prepare(*this);
+  impl_->start();
+}
 
 TimerServer::~TimerServer() = default;
 

@@ -65,6 +65,8 @@ class TimerServer {
     TimerGeneration generation = TimerGeneration::current;
     TimerManner manner = TimerManner::proper;
     Timeline timeline = {};
+    /// Called before the first command is read: sets replies that must not come late.
+    std::function<void(TimerServer&)> prepare = {};
   };
 
   /// A timer without replies: silent on everything until told otherwise.

@@ -60,8 +60,9 @@ int wmain() {
     try {
       std::optional<stage::TimerServer> server;
       if (timer.value("listens", true)) {
-        server.emplace(optionsOf(timer));
-        prepare(*server, timer);
+        stage::TimerServer::Options options = optionsOf(timer);
+        options.prepare = [&timer](stage::TimerServer& started) { prepare(started, timer); };
+        server.emplace(std::move(options));
         timer.note("listening", std::to_string(server->port()));
       }
       stage::waitForFile(stopFile, life - delay);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <initializer_list>
 #include <string>
@@ -117,7 +119,9 @@ inline stage::GameScript staysAfterRun(const stage::Stage& machine, std::string_
 inline stage::RunResult runUntilGameEnds(stage::Stage& machine, stage::RunOptions options = {}) {
   stage::LauncherRun run = machine.startLauncher({}, std::move(options));
   if (run.waitForLog("waiting for exit...")) machine.endGame();
-  return run.wait();
+  stage::RunResult result = run.wait();
+  EXPECT_FALSE(result.hang) << result.console;
+  return result;
 }
 
 }  // namespace e2e

@@ -378,16 +378,16 @@ TEST(TimerServerTest, losesWhatComesAtOnceButNothingLater) {
   EXPECT_EQ(0U, timer.lostBytes());
 
   unsigned lost = 0;
-  for (int i = 0; i < 10; ++i) {
+  // On a busy machine the timer may come to a connection late and then loses nothing.
+  for (int i = 0; i < 200 && lost < 3; ++i) {
     Client hasty(timer.port());
     hasty.say("getcurrenttimerphase\r\n");
-    if (hasty.hear(1, 200).empty()) {
+    if (hasty.hear(1, 1000).empty()) {
       ++lost;
       EXPECT_EQ("", hasty.end()) << "a lost command leaves the connection open";
       EXPECT_EQ("Running\n", hasty.ask("getcurrenttimerphase\r\n", "Running\n"));
     }
   }
-  // On a busy machine the timer may come to a connection late and then loses nothing.
   EXPECT_GE(lost, 1U);
   EXPECT_EQ(lost * 22U, timer.lostBytes());
 }
