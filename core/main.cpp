@@ -32,6 +32,7 @@ void preloadToken(Launch& launch) {
 }
 
 int runMode(std::wstring_view firstArgument) {
+  loadLibrariesFromSystemOnly();
   prepareConsole();
   Launch launch;
   launch.programFolder = folderWithBackslash(programPath());

@@ -18,6 +18,10 @@ namespace launcher {
 /// The same path in UTF-16.
 [[nodiscard]] std::wstring programPathWide();
 
+/// From now on a DLL named without its folder is loaded from Windows' system folder alone:
+/// Windows' own DLLs load further ones, and must not find a planted one beside the program.
+void loadLibrariesFromSystemOnly();
+
 /// Sets the console's output and then its input code page to UTF-8 and, when
 /// standard input is a console, switches off the selection by mouse click that
 /// would block every write until the player presses a key. Without a console

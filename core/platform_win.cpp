@@ -48,6 +48,10 @@ std::wstring programPathWide() {
   return std::wstring(buffer, length < kPathBuffer ? length : kPathBuffer - 1);
 }
 
+void loadLibrariesFromSystemOnly() {
+  (void)SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+}
+
 void prepareConsole() {
   (void)SetConsoleOutputCP(CP_UTF8);
   (void)SetConsoleCP(CP_UTF8);

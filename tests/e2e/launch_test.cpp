@@ -256,7 +256,11 @@ void runChangingOpenProcess(const std::filesystem::path& program,
   bool stopped = false;
   for (DEBUG_EVENT event{}; WaitForDebugEvent(&event, 60000);) {
     DWORD answer = DBG_CONTINUE;
-    if (event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT) {
+    if (event.dwDebugEventCode == CREATE_PROCESS_DEBUG_EVENT) {
+      CloseHandle(event.u.CreateProcessInfo.hFile);
+    } else if (event.dwDebugEventCode == LOAD_DLL_DEBUG_EVENT) {
+      CloseHandle(event.u.LoadDll.hFile);
+    } else if (event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT) {
       const EXCEPTION_RECORD& exception = event.u.Exception.ExceptionRecord;
       if (exception.ExceptionCode != EXCEPTION_BREAKPOINT) {
         answer = DBG_EXCEPTION_NOT_HANDLED;

@@ -60,6 +60,22 @@ class ProgramFile {
     }
   }
 
+  /// Every whole text of the file that is a plain file name ending in ".dll".
+  std::set<std::string> dllTexts() const {
+    std::set<std::string> names;
+    for (std::size_t at = bytes_.find(".dll"); at != std::string::npos;
+         at = bytes_.find(".dll", at + 1)) {
+      const std::size_t begin = bytes_.rfind('\0', at) + 1;
+      std::string name = bytes_.substr(begin, at + 4 - begin);
+      const bool isPlain = std::all_of(name.begin(), name.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+               c == '_' || c == '-' || c == '.';
+      });
+      if (isPlain) names.insert(lowerCase(std::move(name)));
+    }
+    return names;
+  }
+
  private:
   template <class Number>
   [[nodiscard]] Number at(std::size_t offset) const {
@@ -132,13 +148,17 @@ TEST_F(LauncherProgram, importsNothingButWindowsOwnDlls) {
   EXPECT_EQ(strangers(names), std::set<std::string>{});
 }
 
+// MinGW's linker leaves the table of delayed imports empty; what its thunks load stands in
+// the file as a text that begins with the DLL's name.
 TEST_F(LauncherProgram, alsoWhatItLoadsLaterIsWindowsOwn) {
   EXPECT_EQ(strangers(file_.dllNames(kDelayedImports, 32, 4)), std::set<std::string>{});
+  EXPECT_EQ(strangers(file_.dllTexts()), std::set<std::string>{});
 }
 
 TEST_F(LauncherProgram, networkAndDialogsComeFromWindows) {
   std::set<std::string> names = file_.dllNames(kImports, 20, 12);
   names.merge(file_.dllNames(kDelayedImports, 32, 4));
+  names.merge(file_.dllTexts());
   for (const char* name : {"winhttp.dll", "ws2_32.dll", "user32.dll", "shell32.dll"}) {
     EXPECT_TRUE(names.contains(name)) << name;
   }

@@ -1,0 +1,175 @@
+// What makes an overrun or a strange library in the two programs that ship harder to use, as it
+// shows in the built files.
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "rehearsal/stage/files.h"
+#include "rehearsal/stage/text.h"
+
+namespace {
+
+/// A program as Windows lays it out in memory, without running it.
+class Program {
+ public:
+  explicit Program(const std::filesystem::path& file)
+      : module_(LoadLibraryExW(file.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES)) {}
+  ~Program() {
+    if (module_ != nullptr) FreeLibrary(module_);
+  }
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  [[nodiscard]] bool loaded() const { return module_ != nullptr; }
+
+  [[nodiscard]] const IMAGE_NT_HEADERS64& headers() const {
+    const auto dos = at<IMAGE_DOS_HEADER>(0);
+    return *at<IMAGE_NT_HEADERS64>(static_cast<DWORD>(dos->e_lfanew));
+  }
+  [[nodiscard]] IMAGE_DATA_DIRECTORY directory(unsigned index) const {
+    return headers().OptionalHeader.DataDirectory[index];
+  }
+  [[nodiscard]] std::vector<IMAGE_SECTION_HEADER> sections() const {
+    const auto* const first = reinterpret_cast<const IMAGE_SECTION_HEADER*>(
+        reinterpret_cast<const char*>(&headers().OptionalHeader) +
+        headers().FileHeader.SizeOfOptionalHeader);
+    return {first, first + headers().FileHeader.NumberOfSections};
+  }
+  [[nodiscard]] std::string_view bytes(const IMAGE_SECTION_HEADER& section) const {
+    return {at<char>(section.VirtualAddress), section.Misc.VirtualSize};
+  }
+
+  /// Names of the libraries that Windows loads with the program; lower case.
+  [[nodiscard]] std::set<std::string> imports() const {
+    std::set<std::string> names;
+    const auto* entry =
+        at<IMAGE_IMPORT_DESCRIPTOR>(directory(IMAGE_DIRECTORY_ENTRY_IMPORT).VirtualAddress);
+    for (; entry->Name != 0; ++entry) {
+      std::string name = at<char>(entry->Name);
+      std::transform(name.begin(), name.end(), name.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+      });
+      names.insert(std::move(name));
+    }
+    return names;
+  }
+
+  template <class Type>
+  [[nodiscard]] const Type* at(DWORD offset) const {
+    return reinterpret_cast<const Type*>(reinterpret_cast<std::uintptr_t>(module_) + offset);
+  }
+
+ private:
+  HMODULE module_;
+};
+
+class Hardening : public testing::TestWithParam<const char*> {
+ protected:
+  // A copy with another ending: the loader then takes it for no program that it runs.
+  Hardening() {
+    std::filesystem::remove(copy_);
+    std::filesystem::copy_file(stage::builtLauncher().parent_path() / GetParam(), copy_);
+    program_.emplace(copy_);
+  }
+  ~Hardening() override {
+    program_.reset();
+    std::error_code ignored;
+    std::filesystem::remove(copy_, ignored);
+  }
+  void SetUp() override { ASSERT_TRUE(program_->loaded()); }
+
+  [[nodiscard]] const Program& program() const { return *program_; }
+
+ private:
+  std::filesystem::path copy_ = std::filesystem::temp_directory_path() / "kov-hardening.bin";
+  std::optional<Program> program_;
+};
+
+TEST_P(Hardening, programIsPlacedAnywhereInAWideAddressSpace) {
+  const unsigned flags = program().headers().OptionalHeader.DllCharacteristics;
+  EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE, 0U);
+  EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA, 0U);
+  // Without relocations the two flags would be a promise that cannot be kept.
+  EXPECT_EQ(program().headers().FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED, 0U);
+  EXPECT_GT(program().directory(IMAGE_DIRECTORY_ENTRY_BASERELOC).Size, 8U);
+}
+
+TEST_P(Hardening, nothingIsBothWritableAndExecutable) {
+  const unsigned flags = program().headers().OptionalHeader.DllCharacteristics;
+  EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT, 0U);
+  for (const IMAGE_SECTION_HEADER& section : program().sections()) {
+    const DWORD both = IMAGE_SCN_MEM_WRITE | IMAGE_SCN_MEM_EXECUTE;
+    EXPECT_NE(section.Characteristics & both, both)
+        << std::string_view(reinterpret_cast<const char*>(section.Name), 8);
+  }
+}
+
+// Libraries on Windows' list of known ones come from its own folder whatever lies beside the
+// program; any other that a program imports would be taken from there.
+TEST_P(Hardening, windowsTakesTheImportsFromItsOwnFolder) {
+  const std::set<std::string> known = {"advapi32.dll", "gdi32.dll", "kernel32.dll",
+                                       "msvcrt.dll",   "ole32.dll", "shell32.dll",
+                                       "user32.dll",   "ws2_32.dll"};
+  std::set<std::string> others;
+  const std::set<std::string> imports = program().imports();
+  std::set_difference(imports.begin(), imports.end(), known.begin(), known.end(),
+                      std::inserter(others, others.end()));
+  EXPECT_EQ(others, std::set<std::string>{});
+}
+
+/// How many functions of the code end in this way, which is the stack protector's:
+///     sub  reg, [reg]     the guard as the function has it against the guard itself
+///     je   +5
+///     call target         the end of the program
+/// All of them call the same target; other code has nothing like it.
+int guardedEnds(std::string_view code) {
+  const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(code[at]); };
+  std::map<std::int64_t, int> byTarget;
+  for (std::size_t i = 0; i + 11 < code.size(); ++i) {
+    const unsigned operands = byte(i + 2);
+    const bool fromMemory = operands >> 6U == 0 && (operands & 7U) != 5;
+    if ((byte(i) & 0xFAU) != 0x48 || byte(i + 1) != 0x2B || !fromMemory) continue;
+    const std::size_t branch = i + ((operands & 7U) == 4 ? 4 : 3);
+    if (byte(branch) != 0x74 || byte(branch + 1) != 5 || byte(branch + 2) != 0xE8) continue;
+    std::int32_t distance = 0;
+    std::memcpy(&distance, code.data() + branch + 3, sizeof distance);
+    ++byTarget[static_cast<std::int64_t>(branch) + 7 + distance];
+  }
+  int most = 0;
+  for (const auto& target : byTarget) most = std::max(most, target.second);
+  return most;
+}
+
+// The shipped files are stripped, so the stack protector shows in the code alone. (A build
+// without it has no such function end at all.)
+TEST_P(Hardening, functionsWithBuffersAreGuarded) {
+  int guarded = 0;
+  for (const IMAGE_SECTION_HEADER& section : program().sections()) {
+    if ((section.Characteristics & IMAGE_SCN_MEM_EXECUTE) == 0) continue;
+    guarded += guardedEnds(program().bytes(section));
+  }
+  RecordProperty("guardedFunctions", guarded);
+  EXPECT_GE(guarded, 25);
+}
+
+INSTANTIATE_TEST_SUITE_P(Programs, Hardening, testing::Values("launcher.exe", "kov_result.exe"),
+                         [](const testing::TestParamInfo<const char*>& program) {
+                           const std::string_view name = program.param;
+                           return std::string(name.substr(0, name.find('.')));
+                         });
+
+}  // namespace
