@@ -11,6 +11,8 @@
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
   namespace card = launcher::card;
 
+  // Windows' own DLLs load further ones, and must not find a planted one beside the card.
+  (void)SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
   const std::wstring_view line = GetCommandLineW();
   const card::CommandLine asked =
       card::parseCommandLine(std::u16string(line.begin(), line.end()));

@@ -1,7 +1,5 @@
 #include "card/window_win.h"
 
-#include <dwmapi.h>
-
 #include <cstddef>
 
 #include "card/card_paint.h"
@@ -59,7 +57,16 @@ void roundCorners(HWND window) {
   // DWMWA_WINDOW_CORNER_PREFERENCE and DWMWCP_ROUND; older systems refuse.
   constexpr DWORD kCornerPreference = 33;
   constexpr DWORD kRound = 2;
-  (void)DwmSetWindowAttribute(window, kCornerPreference, &kRound, sizeof(kRound));
+  // Not imported: a file of this name is part of the race mod, and a player may have unpacked
+  // that beside the card.
+  using SetAttribute = HRESULT(WINAPI*)(HWND, DWORD, LPCVOID, DWORD);
+  const HMODULE manager = LoadLibraryExW(L"dwmapi.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+  if (manager == nullptr) return;
+  const auto setAttribute = reinterpret_cast<SetAttribute>(
+      reinterpret_cast<void*>(GetProcAddress(manager, "DwmSetWindowAttribute")));
+  if (setAttribute != nullptr) {
+    (void)setAttribute(window, kCornerPreference, &kRound, sizeof(kRound));
+  }
 }
 
 void placeTexts(HWND parent, const std::vector<Piece>& pieces, std::vector<HWND>& controls) {
