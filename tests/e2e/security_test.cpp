@@ -329,7 +329,8 @@ class PlantedLibraries : public FullRunTest {
 TEST_F(PlantedLibraries, plainLoadTakesThem) {
   EXPECT_GT(planted, 300U);
   SetDllDirectoryW(machine.app().c_str());
-  const HMODULE library = LoadLibraryW(L"winhttp.dll");
+  ASSERT_EQ(GetModuleHandleW(L"msacm32.dll"), nullptr);  // this program has not loaded it
+  const HMODULE library = LoadLibraryW(L"msacm32.dll");
   wchar_t path[MAX_PATH] = {};
   GetModuleFileNameW(library, path, MAX_PATH);
   EXPECT_EQ(stage::textOf(fs::path(path).parent_path()), stage::textOf(machine.app()));
