@@ -1,0 +1,43 @@
+// The rows that scripts/bench gets from Windows: all of them, or those named by arguments.
+#include <cwchar>
+#include <cstdio>
+#include <exception>
+
+#include "tests/bench/rows_win.h"
+
+namespace {
+
+struct Measure {
+  const wchar_t* name;
+  void (*run)();
+};
+
+constexpr Measure kMeasures[] = {
+    {L"start", bench::measureStart},           {L"run", bench::measureFullRun},
+    {L"playing", bench::measurePlaying},       {L"submission", bench::measureSubmission},
+    {L"memory", bench::measureMemory},         {L"package", bench::measureUnchangedPackage},
+    {L"queue", bench::measureQueue},
+};
+
+bool isWanted(const wchar_t* name, int count, wchar_t** arguments) {
+  for (int i = 1; i < count; ++i) {
+    if (std::wcscmp(arguments[i], name) == 0) return true;
+  }
+  return count == 1;
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) {
+  int code = 0;
+  for (const Measure& measure : kMeasures) {
+    if (!isWanted(measure.name, count, arguments)) continue;
+    try {
+      measure.run();
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "%ls: %s\n", measure.name, error.what());
+      code = 1;
+    }
+  }
+  return code;
+}
