@@ -6,6 +6,7 @@
 #include <boost/asio.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -38,8 +39,13 @@ bool mayHaveBody(int status) { return status >= 200 && status != 204 && status !
 /// Every request and what is to be answered; shared by the server's thread and the test's.
 class Desk {
  public:
-  Desk(const Rules& rules, Timeline timeline)
-      : organiser_(rules), timeline_(std::move(timeline)) {}
+  Desk(const Rules& rules, Timeline timeline, std::vector<Answer> answers)
+      : organiser_(rules), timeline_(std::move(timeline)) {
+    for (Answer& answer : answers) {
+      scripted_.push_back(
+          {std::move(answer.method), std::move(answer.target), 0, std::move(answer.reply)});
+    }
+  }
 
   /// Takes a request in and decides the answer.
   Reply take(const Request& request) {
@@ -242,6 +248,21 @@ class Session : public std::enable_shared_from_this<Session> {
   std::size_t nextPiece_ = 0;  ///< of reply_.pieces; a raw answer is the connection's last
 };
 
+/// Listens on a port of the loopback (0: any free one). The system may hold a given port for
+/// a moment after its last owner has closed it, so that is waited for, up to five seconds.
+tcp::acceptor listenOn(asio::io_context& context, unsigned short port) {
+  const tcp::endpoint place(asio::ip::address_v4::loopback(), port);
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (true) {
+    try {
+      return {context, place};
+    } catch (const boost::system::system_error&) {
+      if (port == 0 || std::chrono::steady_clock::now() > end) throw;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
 }  // namespace
 
 std::string Request::header(std::string_view name) const {
@@ -303,8 +324,8 @@ Reply Reply::after(unsigned milliseconds) && {
 struct RaceServer::Impl {
   explicit Impl(Options options)
       : keepAlive(options.keepAlive),
-        desk(options.rules, std::move(options.timeline)),
-        acceptor(context, tcp::endpoint(asio::ip::address_v4::loopback(), options.port)),
+        desk(options.rules, std::move(options.timeline), std::move(options.answers)),
+        acceptor(listenOn(context, options.port)),
         port(acceptor.local_endpoint().port()) {
     accept();
     thread = std::thread([this] { context.run(); });

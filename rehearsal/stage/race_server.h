@@ -57,6 +57,13 @@ struct Reply {
   static Reply slowly(std::vector<std::string> pieces, unsigned everyMs, bool resetAfter = false);
 };
 
+/// A scripted answer: every request of this method and target gets this reply.
+struct Answer {
+  std::string method;  ///< "*": any
+  std::string target;  ///< "*": any
+  Reply reply = {};
+};
+
 /// The race server of the stage: HTTP on 127.0.0.1, in a thread of its own. Without any
 /// script it answers as an organiser's server does (organiser.h): the weekly paths, /submit,
 /// /client/log, 404 for the rest. It keeps connections open as long as the client does and
@@ -72,6 +79,9 @@ class RaceServer {
     Rules rules = {};         ///< what the organiser accepts
     Timeline timeline = {};
     bool keepAlive = true;    ///< false: close after every answer
+    /// As answer() gives them, in force from the first connection on: for a server that
+    /// somebody may already be asking when it comes up.
+    std::vector<Answer> answers = {};
   };
 
   RaceServer();

@@ -298,8 +298,10 @@ TEST_F(PendingFlush, of500EntriesExactlyTheAcceptedOnesAreGone) {
   while (first.requests("POST", "/submit").size() <= kCutOff && GetTickCount64() < end) Sleep(10);
   ASSERT_GT(first.requests("POST", "/submit").size(), kCutOff);
   first.stop();
-  stage::RaceServer back({.port = first.port(), .keepAlive = false});
-  back.answer("POST", "/submit", Reply::json(kAccepts));
+  // The launcher may reach the server the moment that it listens again.
+  stage::RaceServer back({.port = first.port(),
+                          .keepAlive = false,
+                          .answers = {{"POST", "/submit", Reply::json(kAccepts)}}});
   const stage::RunResult result = finish(run);
 
   std::set<std::string> gone;
