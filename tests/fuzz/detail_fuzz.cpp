@@ -3,6 +3,10 @@
 
 KOV_FUZZ_TARGET(detail) {
   using launcher::ResultKind;
+  fuzzing::requireLinearTime(input, [](std::string_view text) {
+    (void)launcher::detailMessage(ResultKind::fail, text);
+    (void)launcher::playerMessage(ResultKind::ok, std::string(text));
+  });
   constexpr std::string_view kTail = ". Result saved locally - it will retry next launch.";
   const std::string detail = launcher::detailMessage(ResultKind::fail, input);
   check(detail.ends_with(kTail));

@@ -50,6 +50,17 @@ void checkReplacing(std::string_view text, std::string_view pattern, std::string
 }  // namespace
 
 KOV_FUZZ_TARGET(flatJson) {
+  fuzzing::requireLinearTime(input, [](std::string_view text) {
+    const std::string whole(text);
+    (void)launcher::findText(text, "\"status\":", 0);
+    (void)launcher::findFirstOf(text, ",}", 0);
+    (void)launcher::findChar(text, '"', 0);
+    (void)launcher::replaceQuotedValue(text, "\"status\":\"", "new");
+    (void)launcher::replaceRawValue(text, "\"total\":", "new");
+    (void)launcher::rawJsonField(text, "\"total\"");
+    (void)launcher::integerAfter(whole, "\"rank\":", -3);
+    (void)launcher::numberAfter(whole, "\"rank\":", -3.5);
+  });
   const std::string_view pattern = fuzzing::takePart(input);
   const std::string_view text = input.substr(0, 4096);
   for (const std::size_t start : {std::size_t{0}, pattern.size(), text.size(), text.size() + 1}) {

@@ -15,9 +15,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "tests/steps/steps.h"
 
 namespace fuzzing {
 
@@ -58,6 +61,50 @@ inline std::size_t countOf(std::string_view text, std::string_view part) {
     ++count;
   }
   return count;
+}
+
+/// What an operation may take: so many steps however short its input is, and so many more
+/// for each byte of it.
+inline constexpr std::uint64_t kStepsAtRest = 20000;
+inline constexpr std::uint64_t kStepsPerByte = 100;
+inline constexpr std::size_t kLargeInput = 64 << 10;
+
+/// The input again and again until it is large; empty stays empty.
+inline std::string repeated(std::string_view input) {
+  std::string large;
+  while (!input.empty() && large.size() < kLargeInput) large.append(input);
+  return large;
+}
+
+/// Whether this input is also tried large: every committed one, and one in 32 of those that
+/// the fuzzer makes.
+inline bool isTriedLarge(std::string_view input) {
+#if defined(KOV_FUZZ)
+  return std::hash<std::string_view>{}(input) % 32 == 0;
+#else
+  return !input.empty();
+#endif
+}
+
+template <class Work>
+std::uint64_t stepsOf(std::string_view input, Work work) {
+  const std::uint64_t before = steps::taken();
+  work(input);
+  return steps::taken() - before;
+}
+
+/// Requires that the steps of `work(input)` stay in proportion to the input's size: also
+/// when the input is repeated until it is large, where a scan that starts again at every
+/// hit shows. Holds without a count in builds that do not count (tests/steps/steps.h).
+template <class Work>
+void requireLinearTime(std::string_view input, Work work) {
+  const auto bound = [](std::string_view text) {
+    return kStepsAtRest + kStepsPerByte * text.size();
+  };
+  require(stepsOf(input, work) <= bound(input), "steps in proportion", __FILE__, __LINE__);
+  if (!isTriedLarge(input)) return;
+  const std::string large = repeated(input);
+  require(stepsOf(large, work) <= bound(large), "steps in proportion", __FILE__, __LINE__);
 }
 
 }  // namespace fuzzing

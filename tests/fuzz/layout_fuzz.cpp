@@ -6,6 +6,8 @@ KOV_FUZZ_TARGET(layout) {
   constexpr std::string_view kOpen = "<LayoutPath>";
   constexpr std::string_view kClose = "</LayoutPath>";
   constexpr std::string_view kWanted = "C:\\LiveSplit\\halvorn.lsl";
+  fuzzing::requireLinearTime(
+      input, [&](std::string_view text) { (void)launcher::withLayoutPath(text, kWanted); });
   const std::optional<std::string> fixed = launcher::withLayoutPath(input, kWanted);
   if (!fixed) return;
   // It changed something, will not change it again, and added no element.

@@ -3,6 +3,14 @@
 #include "tests/fuzz/fuzz_target.h"
 
 KOV_FUZZ_TARGET(serverReply) {
+  fuzzing::requireLinearTime(input, [](std::string_view text) {
+    const std::string_view part = fuzzing::takePart(text);
+    const std::string answer(text);
+    (void)launcher::replyToken(answer);
+    (void)launcher::acceptsRun(answer);
+    launcher::UploadOutcome read;
+    launcher::readOutcome(read, answer, "easy", part);
+  });
   const std::string_view receipt = fuzzing::takePart(input);
   const std::string reply(input);
 

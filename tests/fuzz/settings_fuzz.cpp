@@ -4,6 +4,8 @@
 #include "tests/fuzz/fuzz_target.h"
 
 KOV_FUZZ_TARGET(settings) {
+  fuzzing::requireLinearTime(
+      input, [](std::string_view text) { (void)launcher::parseSettings(text); });
   const launcher::Settings settings = launcher::parseSettings(input);
   for (const std::string* value :
        {&settings.game, &settings.receipt, &settings.data, &settings.server, &settings.steam,

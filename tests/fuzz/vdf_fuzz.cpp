@@ -36,6 +36,11 @@ void checkAccount(std::string_view input) {
 }  // namespace
 
 KOV_FUZZ_TARGET(vdf) {
+  fuzzing::requireLinearTime(input, [](std::string_view text) {
+    (void)launcher::tokenizeVdf(text);
+    (void)launcher::libraryFolders("C:\\Steam", text, sameText);
+    (void)launcher::recentAccount(text);
+  });
   const std::vector<std::string> tokens = launcher::tokenizeVdf(input);
   std::size_t bytes = 0;
   for (const std::string& token : tokens) {
