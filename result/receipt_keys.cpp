@@ -12,12 +12,13 @@
 namespace launcher {
 namespace {
 
+constexpr std::string_view kEndingMark = "ENDING:";
 constexpr std::string_view kEndingMaps[] = {"3999", "Tunnel", "Final Escape", "Neon",
-                                            "ENDING:"};
+                                            kEndingMark};
 
-/// True for the first letters of the words in kEndingMaps: few names have one.
-constexpr bool startsEndingWord(char letter) {
-  return letter == '3' || letter == 'T' || letter == 'F' || letter == 'N' || letter == 'E';
+/// Every word of kEndingMaps has one of these letters, and few names of other maps have.
+constexpr bool isTelltale(char letter) {
+  return letter == '3' || letter == 'T' || letter == 'F' || letter == 'N';
 }
 
 /// Looks at every place where a quote and a colon follow each other: all keys end so.
@@ -53,6 +54,11 @@ class KeyFinder {
     __m128i bytes;
     std::memcpy(&bytes, text_.data() + at, sizeof(bytes));
     return bytes;
+  }
+
+  /// A bit for each byte that is this one, the first byte's lowest.
+  static unsigned maskOf(__m128i bytes, char byte) {
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(byte))));
   }
 #endif
 
@@ -105,19 +111,45 @@ class KeyFinder {
     const bool isText = close + 2 < text_.size() && text_[close + 2] == '"';
     if (!isText || !isKey("map", close)) return;
     const std::size_t name = close + 3;
-    if (text_.substr(name).starts_with("ENDING:")) keys_.hasEndingMark = true;
+    const bool isMark = text_.substr(name).starts_with(kEndingMark);
+    if (isMark) keys_.hasEndingMark = true;
     if (walkEnded_ || close - 4 < walk_) return;
-    std::size_t end = name;
-    bool mayBeEnding = false;
-    for (; end < text_.size() && text_[end] != '"'; ++end) {
-      mayBeEnding = mayBeEnding || startsEndingWord(text_[end]);
-    }
-    walkEnded_ = end == text_.size();
+    const Name read = readName(name);
+    walkEnded_ = read.end == text_.size();
     if (walkEnded_) return;
-    walk_ = end;
-    if (!mayBeEnding || !isEndingMap(text_.substr(name, end - name))) return;
+    walk_ = read.end;
+    if (!isMark && !(read.hasTelltale && isEndingMap(text_.substr(name, read.end - name)))) {
+      return;
+    }
     keys_.endingMap = name;
-    keys_.endingMapEnd = end;
+    keys_.endingMapEnd = read.end;
+  }
+
+  struct Name {
+    std::size_t end = 0;          ///< its closing quote; the text's size without one
+    bool hasTelltale = false;     ///< a letter that is in every word of kEndingMaps
+  };
+
+  [[nodiscard]] Name readName(std::size_t at) const {
+    Name name;
+#if defined(__SSE2__) || defined(_M_X64)
+    for (; at + 16 <= text_.size(); at += 16) {
+      const __m128i bytes = load(at);
+      const unsigned quotes = maskOf(bytes, '"');
+      const unsigned telltales = maskOf(bytes, '3') | maskOf(bytes, 'T') | maskOf(bytes, 'F') |
+                                 maskOf(bytes, 'N');
+      const unsigned before = quotes == 0 ? ~0U : (quotes & (0U - quotes)) - 1;
+      name.hasTelltale = name.hasTelltale || (telltales & before) != 0;
+      if (quotes == 0) continue;
+      name.end = at + static_cast<std::size_t>(std::countr_zero(quotes));
+      return name;
+    }
+#endif
+    for (; at < text_.size() && text_[at] != '"'; ++at) {
+      name.hasTelltale = name.hasTelltale || isTelltale(text_[at]);
+    }
+    name.end = at;
+    return name;
   }
 
   std::string_view text_;
