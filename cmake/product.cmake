@@ -8,7 +8,7 @@ add_library(kov_lean INTERFACE)
 
 if(MINGW)
   target_compile_options(kov_lean INTERFACE
-    -Os -ffunction-sections -fdata-sections -fstack-protector-strong
+    -Os -D_FORTIFY_SOURCE=2 -ffunction-sections -fdata-sections -fstack-protector-strong
     -fno-exceptions -fno-threadsafe-statics)
   # For tests: the toolchain's own library of the stack protector. Programs that ship
   # bring core/stack_guard_win.cpp, which makes the linker leave it out.

@@ -1,17 +1,22 @@
-// The stack protector's two symbols. The toolchain's own library asks a cryptographic
-// provider for the guard value at every start, which loads further DLLs; here it is made
-// of what differs from start to start, as the Windows compiler's own runtime does it.
+// What the stack protector and the checked copies (_FORTIFY_SOURCE) call. The toolchain's own
+// library asks a cryptographic provider for the guard value at every start, which loads
+// further DLLs; here it is made of what differs from start to start, as the Windows
+// compiler's own runtime does it.
 #include "core/win_handle.h"
 
 extern "C" {
 
 ULONG_PTR __stack_chk_guard = 0;
 
+/// A buffer was overrun: nothing of this process can be trusted any more.
 [[noreturn]] void __stack_chk_fail() {
   TerminateProcess(GetCurrentProcess(), static_cast<UINT>(STATUS_STACK_BUFFER_OVERRUN));
   for (;;) {
   }
 }
+
+/// A checked copy would overrun its buffer; called before it does.
+[[noreturn]] void __chk_fail() { __stack_chk_fail(); }
 
 }  // extern "C"
 

@@ -6,14 +6,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "core/settings.h"
-#include "core/file_io.h"
-#include "core/platform.h"
-#include "server/http_win.h"
-#include "server/server_text.h"
 #include "rehearsal/stage/stage.h"
 #include "server/pending_queue.h"
 #include "server/pending_text.h"
@@ -102,6 +99,31 @@ void noteTimes(const std::string& what, const Times& own, const Times& base) {
   note(text + ".");
 }
 
+std::vector<std::string> queuedPaths(const std::string& data) {
+  std::vector<std::string> paths;
+  for (int entry = 0; entry < kQueued; ++entry) {
+    paths.push_back(data + "\\pending\\p_" + std::to_string(entry) + ".json");
+  }
+  return paths;
+}
+
+void writeQueue(const std::vector<std::string>& paths, const std::string& receipt) {
+  for (const std::string& path : paths) stage::writeFile(stage::pathOf(path), receipt);
+}
+
+void postBare(const LoopbackServer& server, const std::string& body) {
+  (void)bareRequest(server.port(), L"POST", L"/submit", body);
+}
+
+void readBare(const std::string& path) {
+  const HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  std::string bytes(GetFileSize(file, nullptr), '\0');
+  DWORD got = 0;
+  (void)ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &got, nullptr);
+  (void)CloseHandle(file);
+}
+
 }  // namespace
 
 void measureUnchangedPackage() {
@@ -129,27 +151,41 @@ void measureQueue() {
   const std::string receipt = stage::finishedRun().text();
   const std::string body = launcher::pendingBody(receipt, "runner", "normal");
   LoopbackServer server;
-  const std::string url = server.url() + "/submit";
-  Times bare, post, read, del, list, bareDel, readpost, both;
-  for (int i = 0; i < 9; ++i) {
-    std::vector<std::string> names;
-    auto fill = [&] { names.clear(); for (int entry = 0; entry < kQueued; ++entry) {
-      stage::writeFile(machine.data() / "pending" / ("p_" + std::to_string(entry) + ".json"),
-                       receipt);
-      names.push_back(stage::textOf(machine.data() / "pending" / ("p_" + std::to_string(entry) + ".json")));
-    } };
-    fill();
-    bare.add([&] { for (auto& n : names) { (void)n; (void)bareRequest(server.port(), L"POST", L"/submit", body); } });
-    post.add([&] { for (auto& n : names) { (void)n; std::string r; (void)launcher::httpPostJson(url, body, r); } });
-    read.add([&] { for (auto& n : names) { (void)launcher::readWholeFile(n); } });
-    readpost.add([&] { for (auto& n : names) { auto t = launcher::readWholeFile(n); std::string r; (void)launcher::httpPostJson(url, body, r); } });
-    list.add([&] { launcher::FolderListing l(stage::textOf(machine.data()) + "\\pending\\*.json"); while (l.next()) {} });
-    del.add([&] { for (auto& n : names) { launcher::deleteFile(n); } });
-    fill();
-    both.add([&] { for (auto& n : names) { auto t = launcher::readWholeFile(n); std::string r; (void)launcher::httpPostJson(url, body, r); launcher::deleteFile(n); } });
+  launcher::Settings settings;
+  settings.data = stage::textOf(machine.data());
+  settings.server = server.url();
+  settings.player = "runner";
+  const std::vector<std::string> queue = queuedPaths(settings.data);
+  Times own;
+  Times posts;
+  Times withFiles;
+  for (int i = 0; i < kFlushes; ++i) {
+    posts.add([&] {
+      for (int entry = 0; entry < kQueued; ++entry) postBare(server, body);
+    });
+    writeQueue(queue, receipt);
+    withFiles.add([&] {
+      for (const std::string& path : queue) {
+        readBare(path);
+        postBare(server, body);
+        (void)DeleteFileA(path.c_str());
+      }
+    });
+    writeQueue(queue, receipt);
+    own.add([&] { launcher::flushPending(settings); });
+    if (!stage::listFolder(machine.data() / "pending").empty()) {
+      throw std::runtime_error("the queue was not sent");
+    }
   }
-  auto show = [](const char* w, Times& t) { note(std::string(w) + " fastest " + fixed(*std::min_element(t.clock.begin(), t.clock.end()), 0) + " median " + fixed(median(t.clock), 0) + " cpu " + fixed(median(t.processor), 0) + " mincpu " + fixed(*std::min_element(t.processor.begin(), t.processor.end()), 0)); };
-  show("bare", bare); show("post", post); show("read", read); show("readpost", readpost); show("list", list); show("del", del); show("all", both);
+  const double ratio = median(own.clock) / median(posts.clock);
+  const std::string what = std::to_string(kQueued) + " queued entries";
+  print({what, seconds(median(own.clock)), "bare POSTs, a session each: " +
+         seconds(median(posts.clock)), fixed(ratio, 2), "at most 1.2", ratio <= 1.2});
+  const double fileRatio = median(own.clock) / median(withFiles.clock);
+  print({"the same beside its bare file calls too", seconds(median(own.clock)),
+         "and reading and deleting each: " + seconds(median(withFiles.clock)),
+         fixed(fileRatio, 2), "", false});
+  noteTimes("Queue", own, posts);
 }
 
 }  // namespace bench

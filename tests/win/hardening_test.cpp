@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "rehearsal/stage/files.h"
+#include "rehearsal/stage/launcher_run.h"
 #include "rehearsal/stage/text.h"
 
 namespace {
@@ -171,5 +172,27 @@ INSTANTIATE_TEST_SUITE_P(Programs, Hardening, testing::Values("launcher.exe", "k
                            const std::string_view name = program.param;
                            return std::string(name.substr(0, name.find('.')));
                          });
+
+/// The exit code of the program that overruns (overrun_win.cpp), which is compiled and linked
+/// as the launcher is.
+std::uint32_t overrun(const char* where, std::size_t bytes) {
+  stage::LauncherRun run(stage::programFolder() / "overrun.exe",
+                         std::string(where) + " " + std::to_string(bytes), {});
+  return run.wait().exitCode;
+}
+
+constexpr auto kOverrun = static_cast<std::uint32_t>(STATUS_STACK_BUFFER_OVERRUN);
+
+// In the launcher itself the compiler knows of every copy into a buffer of known size that it
+// fits, and leaves the check out: there is nothing to see in the built file.
+TEST(Overrun, ofABufferIsStoppedBeforeItHappens) {
+  EXPECT_EQ(overrun("copy", 16), 0U);
+  EXPECT_EQ(overrun("copy", 17), kOverrun);
+}
+
+TEST(Overrun, ofTheStackIsStoppedWhenTheFunctionEnds) {
+  EXPECT_EQ(overrun("stack", 16), 0U);
+  EXPECT_EQ(overrun("stack", 32), kOverrun);
+}
 
 }  // namespace
