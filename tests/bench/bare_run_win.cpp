@@ -6,7 +6,6 @@
 // The file bin\lines.txt of the stage holds the log lines of such a run, which it writes too.
 #include <winsock2.h>
 #include <windows.h>
-#include <winhttp.h>
 
 #include <shellapi.h>
 #include <tlhelp32.h>
@@ -14,6 +13,8 @@
 #include <cstdlib>
 #include <cwchar>
 #include <string>
+
+#include "tests/bench/bare_request_win.h"
 
 namespace {
 
@@ -28,8 +29,7 @@ constexpr const char* kModFolders[] = {"", "\\ue4ss", "\\ue4ss\\Mods", "\\ue4ss\
 constexpr unsigned short kTimerPort = 16834;
 
 std::string root;
-std::wstring server = L"127.0.0.1";
-INTERNET_PORT serverPort = 0;
+unsigned short serverPort = 0;
 HANDLE logFile = INVALID_HANDLE_VALUE;
 std::string lines;
 std::size_t nextLine = 0;
@@ -143,31 +143,6 @@ bool askTimer(const std::string& command) {
   return connected;
 }
 
-std::string askServer(const wchar_t* method, const wchar_t* path, const std::string& body) {
-  const HINTERNET session = WinHttpOpen(L"KOV-Race-Launcher/1.0",
-                                        WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
-                                        WINHTTP_NO_PROXY_BYPASS, 0);
-  const HINTERNET connection = WinHttpConnect(session, server.c_str(), serverPort, 0);
-  const HINTERNET request =
-      WinHttpOpenRequest(connection, method, path, nullptr, WINHTTP_NO_REFERER,
-                         WINHTTP_DEFAULT_ACCEPT_TYPES, 0);
-  const DWORD bytes = static_cast<DWORD>(body.size());
-  std::string reply;
-  if (WinHttpSendRequest(request, body.empty() ? nullptr : L"Content-Type: application/json\r\n",
-                         body.empty() ? 0 : 32, const_cast<char*>(body.data()), bytes, bytes, 0) &&
-      WinHttpReceiveResponse(request, nullptr)) {
-    char buffer[8192];
-    DWORD got = 0;
-    while (WinHttpReadData(request, buffer, sizeof buffer, &got) && got > 0) {
-      reply.append(buffer, got);
-    }
-  }
-  (void)WinHttpCloseHandle(request);
-  (void)WinHttpCloseHandle(connection);
-  (void)WinHttpCloseHandle(session);
-  return reply;
-}
-
 std::string data(const char* name) { return root + "\\data" + name; }
 
 // The run ----------------------------------------------------------------------------------
@@ -249,7 +224,7 @@ void fetchWeek() {
                 {L"/board-data", "\\board_data.txt"},    {L"/board-en", "\\board_en.txt"},
                 {L"/leaderboard.txt", "\\board.txt"},    {L"/leaderboard.tsv", "\\board.tsv"}};
   for (const auto& file : kFiles) {
-    writeFile(data(file.file), askServer(L"GET", file.path, {}));
+    writeFile(data(file.file), bench::bareRequest(serverPort, L"GET", file.path, {}));
     say(1);
   }
   (void)readFile(data("\\week.json"));
@@ -312,7 +287,7 @@ void upload() {
   say(2);
   readSteamPath();
   (void)readFile(root + "\\steam\\config\\loginusers.vdf");
-  (void)askServer(L"POST", L"/submit",
+  (void)bench::bareRequest(serverPort, L"POST", L"/submit",
                   "{\"player\":\"runner\",\"playerId\":\"76561198000000001\"," +
                       receipt.substr(1));
   writeFile(data("\\profile_token.txt"), "kq7-4821");
@@ -353,7 +328,7 @@ void end(HANDLE progressCard) {
 int wmain(int count, wchar_t** arguments) {
   if (count < 3) return 1;
   for (const wchar_t* at = arguments[1]; *at != L'\0'; ++at) root += static_cast<char>(*at);
-  serverPort = static_cast<INTERNET_PORT>(wcstoul(arguments[2], nullptr, 10));
+  serverPort = static_cast<unsigned short>(wcstoul(arguments[2], nullptr, 10));
   lines = readFile(root + "\\bin\\lines.txt");
   const std::string gameFolder = root + "\\lib2" + kGameBelowLibrary;
   begin();

@@ -43,8 +43,4 @@ class LoopbackServer {
   std::unique_ptr<Impl> impl_;
 };
 
-/// A POST or GET (without a body) with a WinHTTP session of its own, and nothing around it.
-std::string bareRequest(unsigned short port, const wchar_t* method, const wchar_t* path,
-                        const std::string& body);
-
 }  // namespace bench

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "rehearsal/stage/stage.h"
+#include "tests/bench/bare_request_win.h"
 #include "tests/bench/loopback_server_win.h"
 #include "tests/bench/measure.h"
 #include "tests/bench/programs_win.h"
@@ -213,6 +214,14 @@ double peakOfFullRun(const char* program) {
   return peakWhenIdle(run, program);
 }
 
+double peakOfOneRequest() {
+  LoopbackServer server;
+  const stage::Stage machine("request");
+  const stage::LauncherRun run(copied(machine, "one_request.exe"),
+                               "x " + std::to_string(server.port()), waitingForKey());
+  return peakWhenIdle(run, "one_request.exe");
+}
+
 double peakOfEmptyProgram() {
   const stage::Stage machine("idle");
   const stage::LauncherRun idle(copied(machine, "idle.exe"), {}, waitingForKey());
@@ -317,6 +326,9 @@ void measureMemory() {
          fixed(ratio, 2), "at most 1.5", ratio <= 1.5});
   print({"the same beside its bare calls", megabytes(own),
          "its bare system calls: " + megabytes(bare), fixed(own / bare, 2), "", false});
+  const double request = peakOfOneRequest();
+  print({"an empty program that makes one bare GET", megabytes(request),
+         "empty program: " + megabytes(base), fixed(request / base, 2), "", false});
   note("Peak memory: Linux' VmHWM of the process, pages of shared libraries included (on Windows "
        "PeakWorkingSetSize), asked while the program waits for its last key.");
 }

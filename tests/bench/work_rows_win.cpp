@@ -15,6 +15,7 @@
 #include "server/pending_queue.h"
 #include "server/pending_text.h"
 #include "steam/mod_install.h"
+#include "tests/bench/bare_request_win.h"
 #include "tests/bench/loopback_server_win.h"
 #include "tests/bench/measure.h"
 #include "tests/bench/programs_win.h"
