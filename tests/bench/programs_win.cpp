@@ -118,7 +118,8 @@ Ended runProgram(const fs::path& program, std::string_view arguments) {
   const Ticks start = ticksNow();
   if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0,
                       nullptr, program.parent_path().c_str(), &startup, &information)) {
-    throw std::runtime_error("cannot start " + stage::textOf(program));
+    throw std::runtime_error("cannot start " + stage::textOf(program) + ": error " +
+                             std::to_string(GetLastError()));
   }
   const bool ended = WaitForSingleObject(information.hProcess, kLimitMs) == WAIT_OBJECT_0;
   const Ticks end = ticksNow();

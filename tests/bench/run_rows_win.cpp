@@ -244,12 +244,17 @@ void measureStart() {
     base.push_back(runProgram(empty, {}).milliseconds);
     own.push_back(runProgram(machine.launcher(), "--detect").milliseconds);
   }
-  const double ratio = median(own) / median(base);
-  print({"start to exit of `--detect`", ms(median(own)), "empty program: " + ms(median(base)),
+  // Below Wine the end of a third to a half of all programs is seen 16 ms late, the empty one's
+  // as well, so a median is now one kind of run and now the other.
+  const double fastOwn = quartiles(own).lower;
+  const double fastBase = quartiles(base).lower;
+  const double ratio = fastOwn / fastBase;
+  print({"start to exit of `--detect`", ms(fastOwn), "empty program: " + ms(fastBase),
          fixed(ratio, 2), "at most 1.3", ratio <= 1.3});
-  note("`--detect`: " + std::to_string(kStarts) +
-       " runs each in turn in one console; half of them took " + spread(own) +
-       ", of the empty program's " + spread(base) + ".");
+  note("`--detect`: lower quartiles of " + std::to_string(kStarts) +
+       " runs each in turn in one console (a third to a half of all programs, the empty one as "
+       "well, are seen to end 16 ms late here, which makes medians a matter of chance); half of "
+       "them took " + spread(own) + ", of the empty program's " + spread(base) + ".");
 }
 
 void measureFullRun() {
