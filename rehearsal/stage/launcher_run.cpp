@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <atomic>
-#include <cstddef>
 #include <exception>
 #include <future>
 #include <mutex>
@@ -12,6 +11,7 @@
 
 #include "rehearsal/stage/box_calls.h"
 #include "rehearsal/stage/files.h"
+#include "rehearsal/stage/program_start.h"
 #include "rehearsal/stage/text.h"
 #include "rehearsal/stage/win_handle.h"
 
@@ -60,34 +60,6 @@ std::wstring environmentBlock(const std::map<std::string, std::optional<std::str
   block += L'\0';
   return block;
 }
-
-/// Limits what a new process inherits to these handles. The stage's own sockets are
-/// inheritable too: one that a launcher held as well would outlive its reset or its close.
-class InheritedHandles {
- public:
-  explicit InheritedHandles(std::vector<HANDLE> handles) : handles_(std::move(handles)) {
-    SIZE_T bytes = 0;
-    InitializeProcThreadAttributeList(nullptr, 1, 0, &bytes);
-    memory_.resize(bytes);
-    if (!InitializeProcThreadAttributeList(list(), 1, 0, &bytes) ||
-        !UpdateProcThreadAttribute(list(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
-                                   handles_.data(), handles_.size() * sizeof(HANDLE), nullptr,
-                                   nullptr)) {
-      throw std::runtime_error("no list of handles for the launcher");
-    }
-  }
-  ~InheritedHandles() { DeleteProcThreadAttributeList(list()); }
-  InheritedHandles(const InheritedHandles&) = delete;
-  InheritedHandles& operator=(const InheritedHandles&) = delete;
-
-  [[nodiscard]] LPPROC_THREAD_ATTRIBUTE_LIST list() {
-    return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
-  }
-
- private:
-  std::vector<HANDLE> handles_;
-  std::vector<std::byte> memory_;
-};
 
 /// Takes what a pipe holds at this moment, without waiting for more.
 std::string takeAvailable(HANDLE pipe) {
@@ -164,34 +136,18 @@ struct LauncherRun::Impl {
     Pipe in = makePipe(true);
     Pipe out = makePipe(false);
     Pipe err = makePipe(false);
-    std::wstring commandLine = L"\"" + program.wstring() + L"\"";
-    if (!arguments.empty()) commandLine += L" " + toWide(arguments);
-    std::wstring environment = environmentBlock(options.environment);
-    const std::filesystem::path folder =
-        options.currentFolder.empty() ? program.parent_path() : options.currentFolder;
-
-    InheritedHandles inherited({in.read.get(), out.write.get(), err.write.get()});
-    STARTUPINFOEXW startup{};
-    startup.StartupInfo.cb = sizeof startup;
-    startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
-    startup.StartupInfo.hStdInput = in.read.get();
-    startup.StartupInfo.hStdOutput = out.write.get();
-    startup.StartupInfo.hStdError = err.write.get();
-    startup.lpAttributeList = inherited.list();
-    PROCESS_INFORMATION info{};
+    if (options.recordBoxCalls) recorder.emplace();
     startMs = GetTickCount64();
-    const DWORD flags = CREATE_UNICODE_ENVIRONMENT | CREATE_NO_WINDOW |
-                        EXTENDED_STARTUPINFO_PRESENT |
-                        (options.recordBoxCalls ? DEBUG_ONLY_THIS_PROCESS : 0U);
-    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, flags,
-                        environment.data(), folder.c_str(), &startup.StartupInfo, &info)) {
-      const DWORD error = GetLastError();
-      throw std::runtime_error("cannot start " + textOf(program) + " (error " +
-                               std::to_string(error) + ")");
-    }
-    CloseHandle(info.hThread);
-    process = ownHandle(info.hProcess);
-    processId = info.dwProcessId;
+    StartedProgram started = startProgram(
+        {.program = program,
+         .arguments = toWide(arguments),
+         .currentFolder =
+             options.currentFolder.empty() ? program.parent_path() : options.currentFolder,
+         .environment = environmentBlock(options.environment),
+         .flags = CREATE_NO_WINDOW | (recorder ? DEBUG_ONLY_THIS_PROCESS : 0U),
+         .standardHandles = {{in.read.get(), out.write.get(), err.write.get()}}});
+    process = std::move(started.process);
+    processId = started.id;
     input = std::move(in.write);
     output = std::move(out.read);
     errorOutput = std::move(err.read);
@@ -208,13 +164,12 @@ struct LauncherRun::Impl {
   /// programs that the launcher left running may hold it open.
   void readUntilEnd() {
     for (bool ended = false; !ended;) {
-      if (options.recordBoxCalls) recorder.work(kPipePollMs);
-      ended = WaitForSingleObject(process.get(), options.recordBoxCalls ? 0 : kPipePollMs) ==
-              WAIT_OBJECT_0;
+      if (recorder) recorder->work(kPipePollMs);
+      ended = WaitForSingleObject(process.get(), recorder ? 0 : kPipePollMs) == WAIT_OBJECT_0;
       if (!ended && GetTickCount64() - startMs > options.limitMs) {
         hang = true;
         TerminateProcess(process.get(), kEndedByStage);
-        if (options.recordBoxCalls) DebugActiveProcessStop(processId);
+        if (recorder) DebugActiveProcessStop(processId);
         ended = WaitForSingleObject(process.get(), 5000) == WAIT_OBJECT_0;
       }
       collect();
@@ -271,7 +226,7 @@ struct LauncherRun::Impl {
   mutable std::mutex mutex;
   std::string console;
   std::string errors;
-  BoxCallRecorder recorder;  // the reader's own until it has ended
+  std::optional<BoxCallRecorder> recorder;  // the reader's own until it has ended
   std::thread reader;
 };
 
@@ -317,7 +272,7 @@ RunResult LauncherRun::wait() {
   result.log = impl_->logSoFar();
   result.elapsedMs = static_cast<unsigned>(impl_->endMs - impl_->startMs);
   result.processId = impl_->processId;
-  result.boxCalls = impl_->recorder.calls();
+  if (impl_->recorder) result.boxCalls = impl_->recorder->calls();
   return result;
 }
 

@@ -6,8 +6,8 @@
 
 #include <cwchar>
 #include <functional>
-#include <stdexcept>
 
+#include "rehearsal/stage/program_start.h"
 #include "rehearsal/stage/text.h"
 #include "rehearsal/stage/win_handle.h"
 
@@ -46,26 +46,12 @@ bool waitUntil(unsigned limitMs, const std::function<bool()>& done) {
   return true;
 }
 
-struct Started {
-  WinHandle process;
-  DWORD id = 0;
-};
-
-Started start(const std::filesystem::path& program, std::string_view arguments,
-              const std::filesystem::path& currentFolder, DWORD flags) {
-  std::wstring commandLine = L"\"" + program.wstring() + L"\"";
-  if (!arguments.empty()) commandLine += L" " + toWide(arguments);
-  STARTUPINFOW startup{};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION info{};
-  if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, flags, nullptr,
-                      currentFolder.empty() ? nullptr : currentFolder.c_str(), &startup, &info)) {
-    const DWORD error = GetLastError();
-    throw std::runtime_error("cannot start " + textOf(program) + " (error " +
-                             std::to_string(error) + ")");
-  }
-  const WinHandle thread = ownHandle(info.hThread);
-  return {ownHandle(info.hProcess), info.dwProcessId};
+StartedProgram startApart(const std::filesystem::path& program, std::string_view arguments,
+                          const std::filesystem::path& currentFolder = {}) {
+  return startProgram({.program = program,
+                       .arguments = toWide(arguments),
+                       .currentFolder = currentFolder,
+                       .flags = DETACHED_PROCESS});
 }
 
 }  // namespace
@@ -119,12 +105,12 @@ bool waitForNoProcess(std::string_view imageName, unsigned limitMs) {
 
 std::uint32_t startDetached(const std::filesystem::path& program, std::string_view arguments,
                             const std::filesystem::path& currentFolder) {
-  return start(program, arguments, currentFolder, DETACHED_PROCESS).id;
+  return startApart(program, arguments, currentFolder).id;
 }
 
 long runAndWait(const std::filesystem::path& program, std::string_view arguments,
                 unsigned limitMs) {
-  const Started started = start(program, arguments, {}, DETACHED_PROCESS);
+  const StartedProgram started = startApart(program, arguments);
   if (WaitForSingleObject(started.process.get(), limitMs) != WAIT_OBJECT_0) {
     endProcess(started.id);
     return -1;

@@ -204,7 +204,6 @@ class Interruption : public ::testing::Test {
 
   StoppedRun runWithStops(const StopPoints::Decide& decide) {
     StopPoints run(machine.launcher(), machine.root() / "console.txt");
-    EXPECT_TRUE(run.started());
     const StoppedRun result = run.work(decide);
     EXPECT_FALSE(result.hang);
     return result;

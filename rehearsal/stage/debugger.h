@@ -1,0 +1,108 @@
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace stage {
+
+/// A small debugger of one program, started with DEBUG_ONLY_THIS_PROCESS by the thread that
+/// calls in here. It tells of the program's calls of some functions of one library before they
+/// do anything; the program stands still meanwhile.
+///
+/// A breakpoint stays where it is while the debugger does what the instruction below it would
+/// have done, so no call of another thread can slip by. Only for x86-64, and for functions that
+/// begin as the system's do.
+class Debugger {
+ public:
+  /// A call that is about to be made.
+  class Call {
+   public:
+    [[nodiscard]] bool ofMainThread() const { return mainThread_; }
+    [[nodiscard]] std::uint64_t caller() const { return words_[0]; }
+    /// The nth argument, from 1 to 11.
+    template <class Value = std::uint64_t>
+    [[nodiscard]] Value argument(std::size_t nth) const {
+      return static_cast<Value>(words_[nth]);
+    }
+
+   private:
+    friend class Debugger;
+    bool mainThread_ = false;
+    std::array<std::uint64_t, 12> words_{};  // the return address, then the arguments
+  };
+  using OnCall = std::function<void(const Call&)>;
+
+  /// Watches these functions from the moment in which the program loads the library; this
+  /// program must have it too. Throws std::runtime_error when a function cannot be watched.
+  Debugger(const wchar_t* library,
+           const std::vector<std::pair<const char*, OnCall>>& functions);
+  Debugger(const Debugger&) = delete;
+  Debugger& operator=(const Debugger&) = delete;
+
+  /// Handles the debug events that come within the given time, and those that follow at once.
+  void work(DWORD waitMs);
+
+  /// The program's; nothing while it runs.
+  [[nodiscard]] std::optional<std::uint32_t> exitCode() const { return exitCode_; }
+  /// True once the system has set the program up and its own code runs.
+  [[nodiscard]] bool programBegan() const { return programBegan_; }
+  /// The program, while it runs.
+  [[nodiscard]] HANDLE process() const { return process_; }
+  /// True when this place of the program lies in the watched library.
+  [[nodiscard]] bool inLibrary(std::uint64_t address) const {
+    return base_ != 0 && address - base_ < librarySize_;
+  }
+
+  /// A value in the program's memory; zero where none can be read.
+  template <class Value>
+  [[nodiscard]] Value read(std::uint64_t address) const {
+    Value value{};
+    copy(address, &value, sizeof value);
+    return value;
+  }
+  /// A text of this length in the program's memory.
+  template <class Unit>
+  [[nodiscard]] std::basic_string<Unit> readText(std::uint64_t address, std::size_t length) const {
+    std::basic_string<Unit> text(length, Unit{});
+    copy(address, text.data(), length * sizeof(Unit));
+    return text;
+  }
+  /// A text up to its terminating zero.
+  template <class Unit>
+  [[nodiscard]] std::basic_string<Unit> readText(std::uint64_t address) const {
+    std::basic_string<Unit> text;
+    for (Unit unit{}; (unit = read<Unit>(address)) != Unit{}; address += sizeof unit) text += unit;
+    return text;
+  }
+
+ private:
+  struct Breakpoint {
+    std::array<unsigned char, 4> code;  // what the function begins with
+    OnCall onCall;
+  };
+
+  DWORD handle(const DEBUG_EVENT& event);
+  void onLibrary(const void* base);
+  DWORD onException(const EXCEPTION_RECORD& exception, DWORD threadId);
+  void copy(std::uint64_t address, void* to, std::size_t bytes) const;
+
+  const HMODULE ours_;
+  std::uint64_t base_ = 0;  // of the library in the program
+  std::uint64_t librarySize_ = 0;
+  std::map<std::uint64_t, Breakpoint> breakpoints_;  // by distance from the library's start
+  HANDLE process_ = nullptr;  // closed by the system with the last debug event
+  DWORD mainThreadId_ = 0;
+  bool programBegan_ = false;
+  std::optional<std::uint32_t> exitCode_;
+};
+
+}  // namespace stage
