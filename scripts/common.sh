@@ -22,6 +22,12 @@ fail() {
 # dies, however that comes about. Its id is in $!.
 spawn() { setpriv --pdeathsig TERM -- "$@" & }
 
+# Put in front of a command: its Wine programs then start each time. Wine needs one page at
+# a fixed address, and where the kernel places a program's heap at random, one start in some
+# thousands finds the page taken and fails. Empty where that cannot be switched off.
+steady=(setarch --addr-no-randomize)
+"${steady[@]}" true 2>/dev/null || steady=()
+
 # The environment of every Wine program we start. What the person's own session
 # has set (language, proxies, another Wine) must not reach it, and it must leave
 # nothing in their home folder. Argument: the locale.
