@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 constexpr int kStarts = 100;
 constexpr int kRuns = 8;
-constexpr int kSubmissions = 12;
+constexpr int kSubmissions = 20;
 constexpr double kSettleMs = 50.0;  // which each connection to the timer waits by design
 constexpr int kTimerConnections = 4;
 constexpr double kTimerWaitsMs = kSettleMs * kTimerConnections;
@@ -105,17 +105,31 @@ stage::RunOptions waitingForKey() {
 
 // Runs whose game is already there -----------------------------------------------------------
 
-/// A launcher that watches a game which stays until it is told to end. The timer answers,
-/// and the game leaves a finished run's receipt.
+/// The game, which stays until it is told to end and leaves a finished run's receipt.
+void installGameToBeEnded(stage::Stage& machine) {
+  stage::GameScript script;
+  script.waitMs = 0;
+  script.untilEnded = true;
+  script.writes.push_back({machine.receipt(), stage::finishedRun().text()});
+  machine.installGame(script);
+}
+
+/// Ends the game; the moment in which it is seen to have ended.
+Ticks endOfGame(stage::Stage& machine, std::uint32_t gameId) {
+  const HANDLE game = OpenProcess(SYNCHRONIZE, FALSE, gameId);
+  machine.endGame();
+  require(WaitForSingleObject(game, 20000) == WAIT_OBJECT_0, "the game does not end");
+  const Ticks ended = ticksNow();
+  (void)CloseHandle(game);
+  return ended;
+}
+
+/// A launcher that watches the game. The timer answers.
 class Watched {
  public:
   explicit Watched(bool withCard) : machine_("watch") {
     if (withCard) machine_.installCard();
-    stage::GameScript script;
-    script.waitMs = 0;
-    script.untilEnded = true;
-    script.writes.push_back({machine_.receipt(), stage::finishedRun().text()});
-    machine_.installGame(script);
+    installGameToBeEnded(machine_);
     machine_.writeIni({{"receipt", stage::textOf(machine_.receipt())},
                        {"data", stage::textOf(machine_.data())},
                        {"steam", stage::textOf(machine_.root())},
@@ -132,12 +146,8 @@ class Watched {
 
   /// Ends the game and gives the milliseconds from its end to the submission.
   double endGame() {
-    const HANDLE game = OpenProcess(SYNCHRONIZE, FALSE, gameId_);
     server_.forget();
-    machine_.endGame();
-    require(WaitForSingleObject(game, 20000) == WAIT_OBJECT_0, "the game does not end");
-    const Ticks ended = ticksNow();
-    (void)CloseHandle(game);
+    const Ticks ended = endOfGame(machine_, gameId_);
     const Ticks submitted = server_.waitForSubmission(20000);
     require(submitted != 0, "no submission came");
     // Where nothing but a box would show the result, that box has no reader here.
@@ -169,15 +179,19 @@ void askTimerBare(const std::string& command) {
   (void)closesocket(socket);
 }
 
-/// Milliseconds from the first command to the timer to the first byte of the submission.
+/// Milliseconds from the end of a game, whose remains the system clears away meanwhile as in
+/// a launcher's run, to the first byte of the submission.
 double submitBare() {
   LoopbackServer server;
   stage::TimerServer timer;
+  stage::Stage machine("bare");
   timer.replyEnded(754.6);
+  installGameToBeEnded(machine);
+  const std::uint32_t game = machine.startGame();
   // The launcher has spoken to this server before too.
   (void)bareRequest(server.port(), L"GET", L"/week/current", {});
   const std::string body = stage::finishedRun().text();
-  const Ticks start = ticksNow();
+  const Ticks start = endOfGame(machine, game);
   for (const char* command : {"getfinaltime\r\n", "getcurrenttimerphase\r\n", "getfinaltime\r\n",
                               "getfinaltime\r\n"}) {
     askTimerBare(command);
