@@ -5,11 +5,12 @@ target_link_libraries(kov_flags INTERFACE kov_warnings)
 # kov_lean: how the product's own code is compiled for Windows. Linked privately: tests
 # and the stage use exceptions.
 add_library(kov_lean INTERFACE)
+set(kov_lean_options
+  -Os -D_FORTIFY_SOURCE=2 -ffunction-sections -fdata-sections -fstack-protector-strong
+  -fno-exceptions -fno-threadsafe-statics)
 
 if(MINGW)
-  target_compile_options(kov_lean INTERFACE
-    -Os -D_FORTIFY_SOURCE=2 -ffunction-sections -fdata-sections -fstack-protector-strong
-    -fno-exceptions -fno-threadsafe-statics)
+  target_compile_options(kov_lean INTERFACE ${kov_lean_options})
   # For tests: the toolchain's own library of the stack protector. Programs that ship
   # bring core/stack_guard_win.cpp, which makes the linker leave it out.
   target_link_libraries(kov_flags INTERFACE ssp)

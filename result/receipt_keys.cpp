@@ -126,8 +126,8 @@ class KeyFinder {
   }
 
   struct Name {
-    std::size_t end = 0;          ///< its closing quote; the text's size without one
-    bool hasTelltale = false;     ///< a letter that is in every word of kEndingMaps
+    std::size_t end = 0;       ///< its closing quote; the text's size without one
+    bool hasTelltale = false;  ///< a letter that is in every word of kEndingMaps
   };
 
   [[nodiscard]] Name readName(std::size_t at) const {

@@ -13,6 +13,7 @@
 
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/process.h"
+#include "rehearsal/stage/program_start.h"
 #include "rehearsal/stage/text.h"
 #include "rehearsal/stage/win_handle.h"
 #include "tests/bench/loopback_server_win.h"
@@ -24,12 +25,6 @@ namespace fs = std::filesystem;
 
 constexpr DWORD kLimitMs = 60000;
 constexpr char kProcesses[] = "Z:\\proc";  // Linux's, as Wine shows them
-
-HANDLE inheritable(const wchar_t* name, DWORD access, DWORD disposition) {
-  SECURITY_ATTRIBUTES attributes = {sizeof attributes, nullptr, TRUE};
-  return CreateFileW(name, access, FILE_SHARE_READ | FILE_SHARE_WRITE, &attributes, disposition,
-                     FILE_ATTRIBUTE_NORMAL, nullptr);
-}
 
 std::string wholeText(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
@@ -103,28 +98,18 @@ Activity linuxActivity(std::string_view programName) {
 Ended runProgram(const fs::path& program, std::string_view arguments) {
   const fs::path errors = program.parent_path() / "errors.txt";
   const stage::WinHandle null =
-      stage::ownHandle(inheritable(L"NUL", GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING));
-  stage::WinHandle errorFile =
-      stage::ownHandle(inheritable(errors.c_str(), GENERIC_WRITE, CREATE_ALWAYS));
-  std::wstring commandLine = L"\"" + program.wstring() + L"\"";
-  if (!arguments.empty()) commandLine += L" " + stage::toWide(arguments);
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof startup;
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = startup.hStdOutput = null.get();
-  startup.hStdError = errorFile.get();
-  PROCESS_INFORMATION information = {};
+      stage::openInheritable("NUL", GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING);
+  stage::WinHandle errorFile = stage::openInheritable(errors, GENERIC_WRITE, CREATE_ALWAYS);
 
   const Ticks start = ticksNow();
-  if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0,
-                      nullptr, program.parent_path().c_str(), &startup, &information)) {
-    throw std::runtime_error("cannot start " + stage::textOf(program) + ": error " +
-                             std::to_string(GetLastError()));
-  }
-  const bool ended = WaitForSingleObject(information.hProcess, kLimitMs) == WAIT_OBJECT_0;
+  const stage::WinHandle process =
+      stage::startProgram({.program = program,
+                           .arguments = stage::toWide(arguments),
+                           .currentFolder = program.parent_path(),
+                           .standardHandles = {{null.get(), null.get(), errorFile.get()}}})
+          .process;
+  const bool ended = WaitForSingleObject(process.get(), kLimitMs) == WAIT_OBJECT_0;
   const Ticks end = ticksNow();
-  const stage::WinHandle process = stage::ownHandle(information.hProcess);
-  const stage::WinHandle thread = stage::ownHandle(information.hThread);
   if (!ended) {
     TerminateProcess(process.get(), 1);
     throw std::runtime_error("it never ends: " + stage::textOf(program));

@@ -20,14 +20,6 @@ class LauncherHttp : public UploadTest {
  protected:
   LauncherHttp() { machine.writeReceipt(kReceipt); }
 
-  static Lines submissionLog(const Lines& lines, bool accepted) {
-    return uploadLog(joined({{kNoProbe, kNoPhase,
-                              "ending inferred from splits: main (map=ENDING:main t=9.50)",
-                              kReceiptTime},
-                             lines}),
-                     accepted);
-  }
-
   stage::RunResult uploadAnsweredBy(const Reply& reply) {
     server.clearAnswers();
     server.answer("POST", "/submit", reply);

@@ -18,15 +18,6 @@ class Submission : public UploadTest {
  protected:
   Submission() { machine.writeReceipt(kReceipt); }
 
-  /// The log of a submission of kReceipt; `lines` are those of the reply.
-  static Lines submissionLog(const Lines& lines, bool accepted) {
-    return uploadLog(joined({{kNoProbe, kNoPhase,
-                              "ending inferred from splits: main (map=ENDING:main t=9.50)",
-                              kReceiptTime},
-                             lines}),
-                     accepted);
-  }
-
   /// Runs an upload that the server answers with this reply.
   stage::RunResult uploadAnsweredBy(const std::string& reply) {
     server.clearAnswers();

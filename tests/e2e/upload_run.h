@@ -30,6 +30,16 @@ inline Lines uploadLog(const Lines& lines, bool accepted) {
                  {accepted ? "upload-only result: ok" : "upload-only result: failed"}});
 }
 
+/// The whole log of an --upload run without a timer whose receipt's last split is the ending
+/// marker of "main" at 9.50 seconds; `lines` are those of the server's reply.
+inline Lines submissionLog(const Lines& lines, bool accepted) {
+  return uploadLog(joined({{kNoProbe, kNoPhase,
+                            "ending inferred from splits: main (map=ENDING:main t=9.50)",
+                            kReceiptTime},
+                           lines}),
+                   accepted);
+}
+
 /// The lines behind the first that begins with `from`, up to (not including) the next that
 /// begins with `to`; empty when either is missing.
 inline Lines between(const Lines& lines, std::string_view from, std::string_view to) {
