@@ -9,6 +9,9 @@ target_link_libraries(kov_system INTERFACE winhttp ws2_32 shell32 user32 advapi3
 # kov_delay_import(<dll name without .dll> <function>...): an import library whose
 # functions load the DLL when the first of them is called; gathers in kov_delayed.
 add_library(kov_delayed INTERFACE)
+if(MINGW)
+  target_sources(kov_delayed INTERFACE ${CMAKE_SOURCE_DIR}/toolchain/delay_load_win.cpp)
+endif()
 
 function(kov_delay_import dll)
   if(NOT MINGW)

@@ -12,7 +12,7 @@ set(kov_lean_options
 if(MINGW)
   target_compile_options(kov_lean INTERFACE ${kov_lean_options})
   # For tests: the toolchain's own library of the stack protector. Programs that ship
-  # bring core/stack_guard_win.cpp, which makes the linker leave it out.
+  # bring toolchain/stack_guard_win.cpp, which makes the linker leave it out.
   target_link_libraries(kov_flags INTERFACE ssp)
 elseif(KOV_FUZZ)
   target_compile_options(kov_flags INTERFACE
