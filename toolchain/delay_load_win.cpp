@@ -23,13 +23,25 @@ T* at(DWORD rva) {
   }
 }
 
-HMODULE loadedModule(const ImgDelayDescr& descriptor) {
-  HMODULE& module = *at<HMODULE>(descriptor.rvaHmod);
-  if (module == nullptr) {
-    module = LoadLibraryExA(at<const char>(descriptor.rvaDLLName), nullptr,
-                            LOAD_LIBRARY_SEARCH_SYSTEM32);
+/// Stores a value that this program's linker may have put on a read-only page: GNU ld does
+/// since binutils 2.44, and lld does.
+template <typename T>
+void store(T* slot, T value) {
+  DWORD found = 0;
+  if (VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &found) == FALSE) {
+    giveUp(GetLastError());
   }
+  *slot = value;
+  (void)VirtualProtect(slot, sizeof *slot, found, &found);
+}
+
+HMODULE loadedModule(const ImgDelayDescr& descriptor) {
+  HMODULE* const known = at<HMODULE>(descriptor.rvaHmod);
+  if (*known != nullptr) return *known;
+  const HMODULE module = LoadLibraryExA(at<const char>(descriptor.rvaDLLName), nullptr,
+                                        LOAD_LIBRARY_SEARCH_SYSTEM32);
   if (module == nullptr) giveUp(ERROR_MOD_NOT_FOUND);
+  store(known, module);
   return module;
 }
 
@@ -42,6 +54,6 @@ extern "C" FARPROC WINAPI __delayLoadHelper2(PCImgDelayDescr descriptor, FARPROC
   const FARPROC function =
       GetProcAddress(module, at<const IMAGE_IMPORT_BY_NAME>(static_cast<DWORD>(name))->Name);
   if (function == nullptr) giveUp(ERROR_PROC_NOT_FOUND);
-  *slot = function;
+  store(slot, function);
   return function;
 }
