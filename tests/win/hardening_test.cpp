@@ -119,6 +119,17 @@ TEST_P(Hardening, nothingIsBothWritableAndExecutable) {
   }
 }
 
+// Tools that sign programs disagree about the bytes between sections, and then about the hash.
+TEST_P(Hardening, everySectionFillsWholeBlocksOfTheFile) {
+  const DWORD alignment = program().headers().OptionalHeader.FileAlignment;
+  ASSERT_EQ(alignment, 512U);
+  for (const IMAGE_SECTION_HEADER& section : program().sections()) {
+    const std::string_view name(reinterpret_cast<const char*>(section.Name), 8);
+    EXPECT_EQ(section.SizeOfRawData % alignment, 0U) << name;
+    EXPECT_EQ(section.PointerToRawData % alignment, 0U) << name;
+  }
+}
+
 // Libraries on Windows' list of known ones come from its own folder whatever lies beside the
 // program; any other that a program imports would be taken from there.
 TEST_P(Hardening, windowsTakesTheImportsFromItsOwnFolder) {
