@@ -15,7 +15,7 @@
 #include "steam/discovery.h"
 #include "steam/game_launch.h"
 #include "steam/mod_install.h"
-#include "steam/registry_win.h"
+#include "steam/registry.h"
 
 namespace launcher {
 namespace {

@@ -1,7 +1,7 @@
 #include "livesplit/client.h"
 
 #include "core/text.h"
-#include "livesplit/connection_win.h"
+#include "livesplit/connection.h"
 #include "livesplit/time_reply.h"
 
 namespace launcher {

@@ -1,4 +1,4 @@
-#include "livesplit/connection_win.h"
+#include "livesplit/connection.h"
 
 #include "core/win_handle.h"
 

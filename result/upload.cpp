@@ -11,7 +11,7 @@
 #include "core/text.h"
 #include "livesplit/client.h"
 #include "result/run_check.h"
-#include "server/http_win.h"
+#include "server/http.h"
 #include "server/server_text.h"
 #include "server/skip_report.h"
 #include "steam/discovery.h"

@@ -1,7 +1,5 @@
-#include "server/http_win.h"
+#include "server/http.h"
 
-
-#include "core/file_io.h"
 #include "core/win_handle.h"
 
 namespace launcher {
@@ -106,11 +104,6 @@ bool httpGet(const std::string& url, std::string& reply) {
 
 bool httpPostJson(const std::string& url, const std::string& body, std::string& reply) {
   return exchangeWith(url, L"POST", &body, reply);
-}
-
-bool fetchToFile(const std::string& url, const std::string& path) {
-  std::string reply;
-  return httpGet(url, reply) && writeWholeFile(path, reply);
 }
 
 }  // namespace launcher

@@ -6,7 +6,7 @@
 #include "core/platform.h"
 #include "core/player.h"
 #include "core/text.h"
-#include "server/http_win.h"
+#include "server/http.h"
 #include "server/pending_text.h"
 #include "server/server_text.h"
 

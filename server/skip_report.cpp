@@ -3,7 +3,7 @@
 #include "core/log.h"
 #include "core/player.h"
 #include "core/text.h"
-#include "server/http_win.h"
+#include "server/http.h"
 #include "server/server_text.h"
 
 namespace launcher {

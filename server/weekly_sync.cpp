@@ -3,7 +3,7 @@
 #include "core/file_io.h"
 #include "core/log.h"
 #include "core/text.h"
-#include "server/http_win.h"
+#include "server/http.h"
 #include "server/seed.h"
 
 namespace launcher {
@@ -38,6 +38,11 @@ void syncSeed(const Settings& settings) {
 }
 
 }  // namespace
+
+bool fetchToFile(const std::string& url, const std::string& path) {
+  std::string reply;
+  return httpGet(url, reply) && writeWholeFile(path, reply);
+}
 
 void syncWeeklyData(const Settings& settings) {
   if (settings.server.empty()) {

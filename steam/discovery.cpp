@@ -3,7 +3,7 @@
 #include "core/file_io.h"
 #include "core/platform.h"
 #include "steam/libraries.h"
-#include "steam/registry_win.h"
+#include "steam/registry.h"
 
 namespace launcher {
 namespace {

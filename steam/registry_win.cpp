@@ -1,4 +1,4 @@
-#include "steam/registry_win.h"
+#include "steam/registry.h"
 
 #include "core/platform.h"
 #include "core/win_handle.h"

@@ -20,7 +20,7 @@
 
 #include "core/platform.h"
 #include "livesplit/client.h"
-#include "server/http_win.h"
+#include "server/http.h"
 
 namespace launcher {
 namespace {

@@ -17,7 +17,8 @@
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/race_server.h"
 #include "rehearsal/stage/text.h"
-#include "server/http_win.h"
+#include "server/http.h"
+#include "server/weekly_sync.h"
 
 namespace launcher {
 namespace {

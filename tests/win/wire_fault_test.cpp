@@ -22,7 +22,7 @@
 #include "rehearsal/stage/process.h"
 #include "rehearsal/stage/race_server.h"
 #include "rehearsal/stage/text.h"
-#include "server/http_win.h"
+#include "server/http.h"
 #include "tests/unix_shell.h"
 
 namespace launcher {

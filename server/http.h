@@ -4,7 +4,7 @@
 
 namespace launcher {
 
-// Three blocking exchanges with the race server, one request each, without retry,
+// Two blocking exchanges with the race server, one request each, without retry,
 // log or time-outs of their own. The status code is never asked for: a 404 page and
 // a 500 are replies like any other, and the caller judges the text. Addresses are in
 // the ANSI code page; bodies and replies are bytes.
@@ -17,10 +17,5 @@ namespace launcher {
 /// As httpGet, with method POST and `body` as application/json.
 [[nodiscard]] bool httpPostJson(const std::string& url, const std::string& body,
                                 std::string& reply);
-
-/// Replaces the file at `path` by what `url` delivers, an empty body included.
-/// False, with the file untouched, when the exchange fails or the file cannot be
-/// opened.
-[[nodiscard]] bool fetchToFile(const std::string& url, const std::string& path);
 
 }  // namespace launcher
