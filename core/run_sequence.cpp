@@ -27,14 +27,6 @@ void promptForEnd() {
   waitForCharacter();
 }
 
-void expandPaths(Settings& settings, const std::string& programFolder) {
-  for (std::string* path : {&settings.game, &settings.receipt, &settings.data,
-                            &settings.livesplit, &settings.livesplit_lss,
-                            &settings.install_from}) {
-    *path = expandPath(*path, programFolder);
-  }
-}
-
 void findSteam(Settings& settings) {
   if (pathExists(settings.steam)) return;
   const std::string root = readSteamRoot();
@@ -143,8 +135,8 @@ void queueUndelivered(const Settings& settings, ResultKind kind) {
 
 std::string settingsPath(const Launch& launch) { return launch.programFolder + "launcher.ini"; }
 
-std::string expandPath(const std::string& value, const std::string& programFolder) {
-  return expandPlaceholders(value, programFolder, localDataFolder(localAppData()));
+void expandPaths(Settings& settings, Expansion run, const Launch& launch) {
+  expandPaths(settings, run, launch.programFolder, localDataFolder(localAppData()));
 }
 
 int runRace(Launch& launch) {
@@ -155,7 +147,7 @@ int runRace(Launch& launch) {
     closeLog();  // here behind the prompt, at the end of a whole run before it
     return kExitCannotRun;
   }
-  expandPaths(settings, launch.programFolder);
+  expandPaths(settings, Expansion::race, launch);
   findSteam(settings);
   findGame(settings);
   // These two leave at once, without a prompt and with the log still open.

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "core/settings.h"
 #include "result/submission.h"
 
 namespace launcher {
@@ -20,8 +21,8 @@ inline constexpr int kExitUploadFailed = 2;
 /// Path of launcher.ini.
 [[nodiscard]] std::string settingsPath(const Launch& launch);
 
-/// `value` with the launcher's placeholders filled in for this player.
-[[nodiscard]] std::string expandPath(const std::string& value, const std::string& programFolder);
+/// Fills in the placeholders of the paths that are expanded in `run`, for this player.
+void expandPaths(Settings& settings, Expansion run, const Launch& launch);
 
 /// The whole race run, stage after stage; the exit code.
 [[nodiscard]] int runRace(Launch& launch);

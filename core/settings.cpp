@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "core/paths.h"
 #include "core/text.h"
 
 namespace launcher {
@@ -10,34 +11,11 @@ namespace {
 constexpr std::size_t kLineBufferBytes = 1024;
 constexpr std::size_t kSiteLineBufferBytes = 512;
 
-struct TextKey {
-  std::string_view key;
-  std::string Settings::*field;
-};
-
-constexpr TextKey kTextKeys[] = {
-    {"game", &Settings::game},
-    {"receipt", &Settings::receipt},
-    {"data", &Settings::data},
-    {"server", &Settings::server},
-    {"steam", &Settings::steam},
-    {"appid", &Settings::appid},
-    {"player", &Settings::player},
-    {"difficulty", &Settings::difficulty},
-    {"timer", &Settings::timer},
-    {"install_from", &Settings::install_from},
-    {"livesplit", &Settings::livesplit},
-    {"livesplit_lss", &Settings::livesplit_lss},
-};
-
-void storeValue(Settings& settings, std::string_view key, std::string value) {
-  if (key == "dryrun") {
-    settings.dryrun = value == "1";
-    return;
-  }
-  for (const TextKey& entry : kTextKeys) {
-    if (key == entry.key) settings.*entry.field = std::move(value);
-  }
+void storeValue(Settings& settings, std::string_view name, std::string value) {
+  const SettingKey* key = findSettingKey(name);
+  if (key == nullptr) return;
+  if (key->flag != nullptr) settings.*key->flag = value == "1";
+  if (key->text != nullptr) settings.*key->text = std::move(value);
 }
 
 void readLine(Settings& settings, std::string_view piece) {
@@ -53,7 +31,7 @@ void readLine(Settings& settings, std::string_view piece) {
 std::string siteValue(std::string_view line) {
   const std::size_t equals = line.find('=');
   if (equals == std::string_view::npos) return {};
-  if (trimEnd(line.substr(0, equals), " \r\n") != "site") return {};
+  if (trimEnd(line.substr(0, equals), " \r\n") != kSiteKey) return {};
   std::string value = trimEnd(line.substr(equals + 1), " \r\n\"");
   const std::size_t quote = value.find('"');
   if (quote != std::string::npos) value.erase(0, quote + 1);
@@ -63,6 +41,13 @@ std::string siteValue(std::string_view line) {
 
 }  // namespace
 
+const SettingKey* findSettingKey(std::string_view name) {
+  for (const SettingKey& key : kSettingKeys) {
+    if (key.name == name) return &key;
+  }
+  return nullptr;
+}
+
 Settings parseSettings(std::string_view bytes) {
   Settings settings;
   const std::string text = fromTextMode(bytes);
@@ -70,6 +55,15 @@ Settings parseSettings(std::string_view bytes) {
     readLine(settings, piece);
   }
   return settings;
+}
+
+void expandPaths(Settings& settings, Expansion run, std::string_view programFolder,
+                 std::string_view localData) {
+  for (const SettingKey& key : kSettingKeys) {
+    if (key.expansion > run) continue;
+    std::string& path = settings.*key.text;
+    path = expandPlaceholders(path, programFolder, localData);
+  }
 }
 
 std::string siteBaseFrom(std::string_view bytes, std::string_view builtIn) {

@@ -26,6 +26,50 @@ struct Settings {
   std::string livesplit_lss;  ///< full path of the race's splits file
 };
 
+/// In which runs the placeholders in a setting's value are filled in. Each one includes
+/// those after it.
+enum class Expansion : unsigned char {
+  everyMode,  ///< also for --profile
+  upload,     ///< for --upload and in a race run
+  race,       ///< in a race run alone
+  never,      ///< a path that is taken as it is written
+  noPath,     ///< the value is no path
+};
+
+/// A key of launcher.ini and the field that holds its value. A key without a field is not
+/// part of the record.
+struct SettingKey {
+  std::string_view name;
+  Expansion expansion;
+  std::string Settings::*text;         ///< nullptr: the value is no text of the record
+  bool Settings::*flag = nullptr;      ///< set by the value "1"
+};
+
+/// The key that siteBaseFrom() looks for.
+inline constexpr std::string_view kSiteKey = "site";
+
+/// Every key, once. What reads, expands or checks settings goes by this table.
+inline constexpr SettingKey kSettingKeys[] = {
+    // No part of --upload uses `game`; it is expanded there all the same.
+    {"game", Expansion::upload, &Settings::game},
+    {"receipt", Expansion::upload, &Settings::receipt},
+    {"data", Expansion::everyMode, &Settings::data},
+    {"livesplit", Expansion::race, &Settings::livesplit},
+    {"livesplit_lss", Expansion::race, &Settings::livesplit_lss},
+    {"install_from", Expansion::race, &Settings::install_from},
+    {"steam", Expansion::never, &Settings::steam},
+    {"server", Expansion::noPath, &Settings::server},
+    {"appid", Expansion::noPath, &Settings::appid},
+    {"player", Expansion::noPath, &Settings::player},
+    {"difficulty", Expansion::noPath, &Settings::difficulty},
+    {"timer", Expansion::noPath, &Settings::timer},
+    {"dryrun", Expansion::noPath, nullptr, &Settings::dryrun},
+    {kSiteKey, Expansion::noPath, nullptr},
+};
+
+/// The row of a key, in exactly these letters; nullptr for an unknown one.
+[[nodiscard]] const SettingKey* findSettingKey(std::string_view name);
+
 /// The settings in the bytes of a launcher.ini:
 ///
 ///     # a comment; so is a line that begins with ;
@@ -37,6 +81,11 @@ struct Settings {
 /// the last of several wins, values are trimmed and otherwise kept whole (a
 /// further "=" or a comment behind a value is part of it). Nothing is expanded.
 [[nodiscard]] Settings parseSettings(std::string_view bytes);
+
+/// Fills in the placeholders of every path that is expanded in `run` (race, upload or
+/// everyMode). `programFolder` and `localData` are those of expandPlaceholders().
+void expandPaths(Settings& settings, Expansion run, std::string_view programFolder,
+                 std::string_view localData);
 
 /// The race's web site as a "site" line of launcher.ini names it, or `builtIn`
 /// when no line gives one. This line has rules of its own: lines of at most 511

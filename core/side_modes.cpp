@@ -32,7 +32,7 @@ int runDetect() {
 
 int runProfile(const Launch& launch) {
   Settings settings = loadSettings(settingsPath(launch));
-  settings.data = expandPath(settings.data, launch.programFolder);
+  expandPaths(settings, Expansion::everyMode, launch);
   const std::string token = trimLineEnd(readWholeFile(settings.data + "\\profile_token.txt"));
   openProfilePage(token);
   consolePrint(token.empty() ? "opened profile (no login code yet)\n"
@@ -43,9 +43,7 @@ int runProfile(const Launch& launch) {
 
 int runUploadOnly(Launch& launch) {
   Settings settings = loadSettings(settingsPath(launch));
-  for (std::string* path : {&settings.receipt, &settings.data, &settings.game}) {
-    *path = expandPath(*path, launch.programFolder);
-  }
+  expandPaths(settings, Expansion::upload, launch);
   takeChoice(settings);
   logLine("=== upload-only mode ===");
   const bool accepted = uploadRun(settings, launch.outcome);

@@ -42,9 +42,10 @@ void putOnStage(const Package& package, stage::Stage& machine) {
 
 void writePackageSettings(const Package& package, stage::Stage& machine,
                           std::string_view serverUrl, const stage::Ini& more) {
-  stage::Ini values = {{"receipt", ""},  {"data", ""},      {"server", ""},
-                       {"install_from", ""}, {"livesplit", ""}, {"livesplit_lss", ""},
-                       {"game", ""},     {"steam", ""},     {"player", "player"}};
+  stage::Ini values = {{"server", ""}, {"player", "player"}};
+  for (const launcher::SettingKey& key : launcher::kSettingKeys) {
+    if (key.expansion != launcher::Expansion::noPath) values.emplace_back(key.name, "");
+  }
   const auto set = [&](const auto& wanted, bool add) {
     const auto found = std::find_if(values.begin(), values.end(), [&](const auto& value) {
       return value.first == wanted.first;

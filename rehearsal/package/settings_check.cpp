@@ -1,7 +1,6 @@
 #include "rehearsal/package/settings_check.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 
 #include "core/settings.h"
@@ -14,10 +13,6 @@ namespace {
 
 constexpr std::size_t kLongestLine = 1023;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::array<std::string_view, 6> kPathKeys = {
-    "game", "receipt", "data", "livesplit", "livesplit_lss", "install_from"};
-constexpr std::array<std::string_view, 8> kOtherKeys = {
-    "server", "steam", "appid", "player", "difficulty", "timer", "dryrun", "site"};
 
 struct Line {
   std::size_t number = 0;
@@ -52,9 +47,7 @@ std::vector<Line> linesOf(std::string_view bytes) {
 std::string at(const Line& line) { return " (line " + std::to_string(line.number) + ")"; }
 std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
-bool isKnown(std::string_view key) {
-  return isPathKey(key) || std::find(kOtherKeys.begin(), kOtherKeys.end(), key) != kOtherKeys.end();
-}
+bool isKnown(std::string_view key) { return launcher::findSettingKey(key) != nullptr; }
 
 bool isAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c < 0x7F; });
@@ -134,8 +127,8 @@ Findings checkKeys(const std::vector<Line>& lines) {
     if (!isKnown(line.key)) {
       found.push_back(failed("launcher.ini has the unknown key " + inQuotes(line.key) + at(line),
                              adviceForUnknown(line.key)));
-    } else if (line.key == "site" &&
-               launcher::trimEnd(line.raw.substr(0, line.raw.find('=')), " ") != "site") {
+    } else if (line.key == launcher::kSiteKey &&
+               launcher::trimEnd(line.raw.substr(0, line.raw.find('=')), " ") != line.key) {
       found.push_back(failed("launcher.ini has a \"site\" line that the launcher overlooks" +
                                  at(line),
                              "begin the line with site=, without blanks or tabs"));
@@ -190,8 +183,9 @@ std::string unknownPlaceholder(std::string_view value) {
 Findings checkPathValues(const std::vector<Line>& lines) {
   Findings found;
   for (const Line& line : lines) {
-    const bool expanded = isPathKey(line.key);
-    if (!expanded && line.key != "steam") continue;
+    const launcher::SettingKey* key = launcher::findSettingKey(line.key);
+    if (key == nullptr || key->expansion == launcher::Expansion::noPath) continue;
+    const bool expanded = key->expansion != launcher::Expansion::never;
     if (line.value.find('"') != std::string::npos) {
       found.push_back(failed("the path of " + inQuotes(line.key) + " has quotes" + at(line),
                              "remove them; they would be part of the path"));
@@ -269,10 +263,6 @@ Finding checkAddress(const std::string& key, const std::string& value) {
 }
 
 }  // namespace
-
-bool isPathKey(std::string_view key) {
-  return std::find(kPathKeys.begin(), kPathKeys.end(), key) != kPathKeys.end();
-}
 
 Findings checkSettings(std::string_view bytes) {
   const std::vector<Line> lines = linesOf(bytes);

@@ -19,7 +19,4 @@ Findings checkSettings(std::string_view bytes);
 std::string withSettings(std::string_view bytes,
                          const std::vector<std::pair<std::string, std::string>>& values);
 
-/// The keys whose values are paths in which the launcher expands placeholders.
-bool isPathKey(std::string_view key);
-
 }  // namespace rehearsal

@@ -1,8 +1,13 @@
 #include "core/settings.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
+#include <vector>
+
+#include "tests/source_tree.h"
 
 namespace launcher {
 namespace {
@@ -42,6 +47,70 @@ TEST(Settings, everyKeyFillsItsOwnField) {
                    "livesplit_lss=12\n"),
             "game=1|receipt=2|data=3|server=4|steam=5|appid=6|player=7|difficulty=8|fromSteam=0|"
             "timer=9|install_from=10|dryrun=1|livesplit=11|livesplit_lss=12");
+}
+
+TEST(Settings, everyKeyOfTheTableIsReadIntoItsOwnFieldAlone) {
+  for (const SettingKey& key : kSettingKeys) {
+    Settings expected;
+    if (key.text != nullptr) expected.*key.text = "1";
+    if (key.flag != nullptr) expected.*key.flag = true;
+    EXPECT_EQ(parsed(std::string(key.name) + "=1\n"), whole(expected)) << key.name;
+  }
+}
+
+TEST(Settings, keysOfTheTableAreFoundByTheirExactName) {
+  for (const SettingKey& key : kSettingKeys) EXPECT_EQ(findSettingKey(key.name), &key);
+  for (const char* name : {"", "Game", "games", "playerFromSteam"}) {
+    EXPECT_EQ(findSettingKey(name), nullptr) << name;
+  }
+}
+
+/// The record whose every text holds both placeholders.
+Settings withPlaceholders() {
+  Settings settings;
+  for (const SettingKey& key : kSettingKeys) {
+    if (key.text != nullptr) settings.*key.text = "%APPDIR%%LOCALDATA%";
+  }
+  return settings;
+}
+
+/// What expandPaths() makes of it.
+std::string expandedIn(Expansion run) {
+  Settings settings = withPlaceholders();
+  expandPaths(settings, run, "P\\", "L");
+  return whole(settings);
+}
+
+TEST(Settings, raceRunExpandsSixPaths) {
+  Settings expected = withPlaceholders();
+  expected.game = expected.receipt = expected.data = "P\\L";
+  expected.livesplit = expected.livesplit_lss = expected.install_from = "P\\L";
+  EXPECT_EQ(expandedIn(Expansion::race), whole(expected));
+}
+
+TEST(Settings, uploadExpandsThreePaths) {
+  Settings expected = withPlaceholders();
+  expected.game = expected.receipt = expected.data = "P\\L";
+  EXPECT_EQ(expandedIn(Expansion::upload), whole(expected));
+}
+
+TEST(Settings, profileExpandsTheDataFolderAlone) {
+  Settings expected = withPlaceholders();
+  expected.data = "P\\L";
+  EXPECT_EQ(expandedIn(Expansion::everyMode), whole(expected));
+}
+
+TEST(Settings, sampleFileListsEveryKeyOnce) {
+  std::vector<std::string> listed;
+  std::istringstream sample(source_tree::read("packaging/launcher.ini"));
+  for (std::string line; std::getline(sample, line);) {
+    if (!line.starts_with('#') && line.find('=') != std::string::npos) {
+      listed.push_back(line.substr(0, line.find('=')));
+    }
+  }
+  std::vector<std::string> keys;
+  for (const SettingKey& key : kSettingKeys) keys.emplace_back(key.name);
+  EXPECT_THAT(listed, testing::UnorderedElementsAreArray(keys));
 }
 
 TEST(Settings, emptyFileGivesTheEmptyRecord) { EXPECT_EQ(parsed(""), kNothing); }
