@@ -21,9 +21,9 @@ constexpr std::size_t kLongestToken = 255;
 /// beside the program's folder. The first file that opens counts, an empty one too.
 void preloadToken(Launch& launch) {
   std::optional<std::string> saved =
-      readFileStart(launch.programFolder + "profile_token.txt", kLongestToken);
+      readFileStart(launch.programFolder + kTokenFile, kLongestToken);
   if (!saved) {
-    saved = readFileStart(launch.programFolder + "..\\data\\profile_token.txt", kLongestToken);
+    saved = readFileStart(launch.programFolder + "..\\data\\" + kTokenFile, kLongestToken);
   }
   if (!saved) return;
   launch.outcome.profileToken = trimLineEnd(*saved);

@@ -20,15 +20,14 @@ std::string localDataFolder(std::string_view localAppData) {
 
 std::string expandPlaceholders(std::string_view value, std::string_view programFolder,
                                std::string_view localData) {
-  return replaceAll(replaceAll(value, "%APPDIR%", programFolder), "%LOCALDATA%", localData);
+  return replaceAll(replaceAll(value, kAppDirPlaceholder, programFolder), kLocalDataPlaceholder,
+                    localData);
 }
 
-std::string modResultPath(std::string_view dataFolder) {
-  return std::string(dataFolder) + "\\kovw_result.json";
-}
-
-std::string profileFlagPath(std::string_view dataFolder) {
-  return std::string(dataFolder) + "\\profile_opened.flag";
+std::string inDataFolder(std::string_view dataFolder, std::string_view name) {
+  std::string path(dataFolder);
+  path.append("\\").append(name);
+  return path;
 }
 
 }  // namespace launcher

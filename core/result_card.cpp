@@ -16,7 +16,7 @@ std::wstring cardPath() {
 
 void openProfileOnce(const Settings& settings, const std::string& token) {
   if (token.empty()) return;
-  const std::string flag = profileFlagPath(settings.data);
+  const std::string flag = inDataFolder(settings.data, kProfileFlagFile);
   if (opensForReading(flag)) return;
   openInBrowser(profileAddress(kBuiltInSite, token));
   writeWholeFile(flag, "1");
@@ -29,7 +29,8 @@ std::optional<Process> startProgressCard(const Settings& settings,
                                          const std::string& programFolder) {
   const std::string card = programFolder + "kov_result.exe";
   if (!pathExists(card)) return std::nullopt;
-  return startProcess(progressCardCommandLine(card, settings.data + "\\upload.state")).process;
+  const std::string stateFile = inDataFolder(settings.data, kUploadStateFile);
+  return startProcess(progressCardCommandLine(card, stateFile)).process;
 }
 
 void showResult(const Settings& settings, ResultKind kind, const UploadOutcome& outcome,

@@ -83,17 +83,17 @@ void takePersona(Settings& settings) {
 
 void createDataFolders(const Settings& settings) {
   createFolder(settings.data);
-  createFolder(settings.data + "\\receipts");
+  createFolder(inDataFolder(settings.data, kReceiptsFolder));
 }
 
 /// The overlay stays off at game start whatever `timer` asks for: the second write of
 /// timer.enabled takes the first one back, and only the log shows the setting.
 void writeFlagFiles(const Settings& settings) {
   const char* wanted = settings.timer == "1" ? "1" : "0";
-  const std::string timerFlag = settings.data + "\\timer.enabled";
+  const std::string timerFlag = inDataFolder(settings.data, kTimerFlagFile);
   writeWholeFile(timerFlag, wanted);
   logLine("timer overlay: %s", wanted);
-  writeWholeFile(settings.data + "\\board.toggle", "0");
+  writeWholeFile(inDataFolder(settings.data, kBoardFlagFile), "0");
   writeWholeFile(timerFlag, "0");
 }
 
@@ -106,7 +106,7 @@ void playGame(const Settings& settings) {
 
 /// Uploads the run while the progress card follows upload.state.
 bool uploadWithProgress(const Settings& settings, Launch& launch) {
-  const std::string uploadState = settings.data + "\\upload.state";
+  const std::string uploadState = inDataFolder(settings.data, kUploadStateFile);
   writeLaunchState(settings, "uploading");
   logLine("stage: uploading");
   writeWholeFile(uploadState, "uploading");
@@ -120,7 +120,7 @@ bool uploadWithProgress(const Settings& settings, Launch& launch) {
 /// The result file's text as it lies on disk now; empty once an accepted run's files
 /// are gone.
 std::string readRunText(const Settings& settings) {
-  const std::string modResult = modResultPath(settings.data);
+  const std::string modResult = inDataFolder(settings.data, kModResultFile);
   return readWholeFile(opensForReading(modResult) ? modResult : settings.receipt);
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/file_io.h"
 #include "core/log.h"
+#include "core/paths.h"
 #include "core/result_card.h"
 #include "core/settings_file.h"
 #include "core/text.h"
@@ -14,7 +15,7 @@ namespace {
 
 /// The difficulty that was chosen outside the launcher, if it is one.
 void takeChoice(Settings& settings) {
-  const std::string choice = trimLineEnd(readWholeFile(settings.data + "\\choice.txt"));
+  const std::string choice = trimLineEnd(readWholeFile(inDataFolder(settings.data, kChoiceFile)));
   if (!isDifficulty(choice)) return;
   settings.difficulty = choice;
   logLine("upload difficulty from choice.txt: %s", choice.c_str());
@@ -33,7 +34,7 @@ int runDetect() {
 int runProfile(const Launch& launch) {
   Settings settings = loadSettings(settingsPath(launch));
   expandPaths(settings, Expansion::everyMode, launch);
-  const std::string token = trimLineEnd(readWholeFile(settings.data + "\\profile_token.txt"));
+  const std::string token = trimLineEnd(readWholeFile(inDataFolder(settings.data, kTokenFile)));
   openProfilePage(token);
   consolePrint(token.empty() ? "opened profile (no login code yet)\n"
                              : "opened profile (logged in)\n");

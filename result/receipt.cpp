@@ -2,6 +2,7 @@
 
 #include "core/file_io.h"
 #include "core/log.h"
+#include "core/paths.h"
 #include "core/platform.h"
 #include "result/flat_json.h"
 #include "result/receipt_text.h"
@@ -24,7 +25,7 @@ void archiveReceipt(const Settings& settings) {
     logLine("no receipt file found at %s", settings.receipt.c_str());
     return;
   }
-  const std::string folder = settings.data + "\\receipts";
+  const std::string folder = inDataFolder(settings.data, kReceiptsFolder);
   const std::string archive = folder + "\\" + archiveName(localTimeNow());
   createFolder(folder);
   if (!writeWholeFile(archive, *receipt)) {

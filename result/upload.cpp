@@ -41,7 +41,7 @@ void logProbe() {
 }
 
 ResultFile chooseResultFile(const Settings& settings) {
-  const std::string modResult = modResultPath(settings.data);
+  const std::string modResult = inDataFolder(settings.data, kModResultFile);
   if (!opensForReading(modResult)) return {settings.receipt, false};
   logLine("using kovw_result.json (in-game timer)");
   // The paths' texts decide: a receipt setting that names this very file stays a receipt.
@@ -129,9 +129,9 @@ void takeToken(const Settings& settings, UploadOutcome& outcome) {
   const std::optional<std::string> token = replyToken(outcome.reply);
   if (!token) return;
   outcome.profileToken = *token;
-  writeWholeFile(settings.data + "\\profile_token.txt", *token);
+  writeWholeFile(inDataFolder(settings.data, kTokenFile), *token);
   logLine("profile token saved");
-  const std::string flag = profileFlagPath(settings.data);
+  const std::string flag = inDataFolder(settings.data, kProfileFlagFile);
   if (opensForReading(flag)) return;
   const std::string site = siteBaseFrom(readWholeFile(settingsFilePath()), kBuiltInSite);
   openInBrowser(profileAddress(site, *token));

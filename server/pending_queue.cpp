@@ -26,17 +26,17 @@ bool resend(const Settings& settings, const std::string& url, const std::string&
 }  // namespace
 
 void savePending(const Settings& settings) {
-  std::string source = modResultPath(settings.data);
+  std::string source = inDataFolder(settings.data, kModResultFile);
   if (!pathExists(source)) source = settings.receipt;
   const std::optional<std::string> result = readFile(source);
   if (!result) return;
-  createFolder(settings.data + "\\pending");
+  createFolder(inDataFolder(settings.data, kPendingFolder));
   const std::string entryPath = pendingEntryPath(settings.data, localTimeNow());
   if (writeWholeFile(entryPath, *result)) logLine("pending saved: %s", entryPath.c_str());
 }
 
 void flushPending(const Settings& settings) {
-  const std::string folder = settings.data + "\\pending\\";
+  const std::string folder = inDataFolder(settings.data, kPendingFolder) + "\\";
   FolderListing listing(folder + "*.json");
   if (!listing.started()) return;
   const std::string server = stripTrailingSlashes(settings.server);

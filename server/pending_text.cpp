@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "core/paths.h"
 #include "result/flat_json.h"
 
 namespace launcher {
@@ -18,9 +19,9 @@ std::string withEndingStatus(std::string_view entry) {
 
 std::string pendingEntryPath(std::string_view dataFolder, const LocalTime& time) {
   char name[80] = {};
-  (void)std::snprintf(name, sizeof(name), "\\pending\\p_%04d%02d%02d_%02d%02d%02d.json", time.year,
+  (void)std::snprintf(name, sizeof(name), "\\p_%04d%02d%02d_%02d%02d%02d.json", time.year,
                       time.month, time.day, time.hour, time.minute, time.second);
-  return (std::string(dataFolder) + name).substr(0, kLongestPath);
+  return (inDataFolder(dataFolder, kPendingFolder) + name).substr(0, kLongestPath);
 }
 
 bool isSendable(std::string_view entry) { return entry.starts_with('{'); }

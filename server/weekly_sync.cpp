@@ -2,27 +2,16 @@
 
 #include "core/file_io.h"
 #include "core/log.h"
+#include "core/paths.h"
 #include "core/text.h"
 #include "server/http.h"
-#include "server/seed.h"
+#include "server/weekly_files.h"
 
 namespace launcher {
 namespace {
 
-struct WeeklyFile {
-  const char* name;
-  const char* serverPath;
-};
-
-constexpr WeeklyFile kWeek = {"week.json", "/week/current"};
-constexpr WeeklyFile kBoards[] = {
-    {"leaderboard.json", "/leaderboard"}, {"board_data.txt", "/board-data"},
-    {"board_en.txt", "/board-en"},        {"board.txt", "/leaderboard.txt"},
-    {"board.tsv", "/leaderboard.tsv"},
-};
-
 void syncFile(const Settings& settings, const std::string& server, const WeeklyFile& file) {
-  if (fetchToFile(server + file.serverPath, settings.data + "\\" + file.name)) {
+  if (fetchToFile(server + file.serverPath, inDataFolder(settings.data, file.name))) {
     logLine("%s updated from server", file.name);
   } else {
     logLine("%s: server unreachable, using cached copy", file.name);
@@ -31,9 +20,9 @@ void syncFile(const Settings& settings, const std::string& server, const WeeklyF
 
 /// Also from a cached week.json, when the fetch failed.
 void syncSeed(const Settings& settings) {
-  const std::string seed = scanSeed(readWholeFile(settings.data + "\\week.json"));
+  const std::string seed = scanSeed(readWholeFile(inDataFolder(settings.data, kWeekFile.name)));
   if (seed.empty()) return;
-  writeWholeFile(settings.data + "\\rand_seed.txt", seed);
+  writeWholeFile(inDataFolder(settings.data, kSeedFile), seed);
   logLine("weekly seed = %s", seed.c_str());
 }
 
@@ -50,9 +39,10 @@ void syncWeeklyData(const Settings& settings) {
     return;
   }
   const std::string server = stripTrailingSlashes(settings.server);
-  syncFile(settings, server, kWeek);
-  syncSeed(settings);
-  for (const WeeklyFile& file : kBoards) syncFile(settings, server, file);
+  for (const WeeklyFile& file : kWeeklyFiles) {
+    syncFile(settings, server, file);
+    if (&file == &kWeekFile) syncSeed(settings);
+  }
 }
 
 }  // namespace launcher

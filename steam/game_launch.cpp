@@ -2,6 +2,7 @@
 
 #include "core/file_io.h"
 #include "core/log.h"
+#include "core/paths.h"
 #include "core/platform.h"
 #include "steam/discovery.h"
 #include "steam/launch_text.h"
@@ -66,7 +67,7 @@ unsigned long launchGame(const Settings& settings) {
 }  // namespace
 
 void writeLaunchState(const Settings& settings, const char* word) {
-  writeWholeFile(settings.data + "\\launch.state", word);
+  writeWholeFile(inDataFolder(settings.data, kLaunchStateFile), word);
 }
 
 bool launchAndWait(const Settings& settings) {

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "core/paths.h"
 #include "rehearsal/package/zip_file.h"
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/text.h"
@@ -14,8 +15,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kProgram[] = "launcher.exe";
-constexpr char kAppDir[] = "%APPDIR%";
-constexpr char kLocalData[] = "%LOCALDATA%";
 
 std::vector<fs::path> foldersWithLauncher(const fs::path& root) {
   std::vector<fs::path> folders;
@@ -61,13 +60,13 @@ Package openPackage(const fs::path& path, const fs::path& scratch) {
 Target targetOf(const Package& package, std::string_view value) {
   if (value.empty()) return {};
   const std::string text(value);
-  if (text.find(kLocalData) != std::string::npos) return {Target::Place::localData, {}};
-  const fs::path full = stage::pathOf(
-      stage::replaceAll(text, kAppDir, stage::textOf(package.programFolder) + "\\"));
+  if (text.find(launcher::kLocalDataPlaceholder) != std::string::npos) return {Target::Place::localData, {}};
+  const fs::path full = stage::pathOf(stage::replaceAll(
+      text, launcher::kAppDirPlaceholder, stage::textOf(package.programFolder) + "\\"));
   if (!full.is_absolute()) return {Target::Place::nowhere, {}};
   // The program's own folder may be what was given; its siblings count as the package, too.
   const fs::path normal = full.lexically_normal();
-  const bool fromProgram = text.find(kAppDir) != std::string::npos;
+  const bool fromProgram = text.find(launcher::kAppDirPlaceholder) != std::string::npos;
   if (isBelow(normal, package.root) ||
       (fromProgram && isBelow(normal, package.programFolder.parent_path()))) {
     return {Target::Place::package, normal};

@@ -3,20 +3,18 @@
 #include <algorithm>
 #include <array>
 
+#include "core/paths.h"
 #include "rehearsal/package/settings_check.h"
 #include "rehearsal/package/sha256_win.h"
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/text.h"
+#include "steam/mod_files.h"
 
 namespace rehearsal {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::array<const char*, 4> kModFiles = {
-    "dwmapi.dll", "ue4ss\\UE4SS.dll", "ue4ss\\Mods\\KOVWeekly\\Scripts\\main.lua",
-    "ue4ss\\Mods\\KOVWeekly\\enabled.txt"};
 
 std::string shown(const Package& package, const fs::path& path) {
   const fs::path relative = path.lexically_relative(package.root);
@@ -85,7 +83,7 @@ Finding checkReceipt(const Package& package) {
   const Target target = targetOf(package, value);
   const std::string what = "the receipt is written to " + value;
   const auto last = value.find_last_of('\\');
-  if (value.substr(last == std::string::npos ? 0 : last + 1) == "kovw_result.json") {
+  if (value.substr(last == std::string::npos ? 0 : last + 1) == launcher::kModResultFile) {
     return failed("the receipt has the name of the mod's own result file",
                   "give it another one, for example receipt.json");
   }
@@ -120,7 +118,8 @@ Findings checkMod(const Package& package) {
                    "write install_from=%APPDIR%..\\mod and put the mod there")};
   }
   Findings found;
-  for (const std::string name : kModFiles) {
+  for (const char* file : launcher::kRequiredModFiles) {
+    const std::string name = file + 1;  // without its backslash
     const fs::path path = target.path / stage::pathOf(name);
     const bool there = stage::pathExists(path);
     const bool empty = there && stage::readFile(path).value_or("").empty();
@@ -195,12 +194,12 @@ Findings checkLiveSplit(const Package& package) {
 
 /// Files that a run leaves behind, with what they would do at a player's.
 constexpr std::array<std::array<const char*, 2>, 7> kLeftBehind = {{
-    {"profile_token.txt", "it is your own login code"},
-    {"profile_opened.flag", "the player's profile page would never open"},
+    {launcher::kTokenFile, "it is your own login code"},
+    {launcher::kProfileFlagFile, "the player's profile page would never open"},
     {"launcher.log", "it is the log of your own runs"},
-    {"kovw_result.json", "it would be submitted as the player's run"},
+    {launcher::kModResultFile, "it would be submitted as the player's run"},
     {"receipt.json", "it would be submitted as the player's run"},
-    {"choice.txt", "it would change the difficulty of --upload"},
+    {launcher::kChoiceFile, "it would change the difficulty of --upload"},
     {"settings.cfg", "it holds the paths of your own LiveSplit"},
 }};
 
@@ -215,8 +214,8 @@ Findings checkLeftBehind(const Package& package) {
     }
     if (name == "settings.cfg" && entry.path().parent_path() != liveSplitFolder(package)) continue;
     const std::string folder = stage::textOf(entry.path().parent_path().filename());
-    if (folder == "pending") reason = "it would be submitted as the player's run";
-    if (folder == "receipts") reason = "it is the archive of your own runs";
+    if (folder == launcher::kPendingFolder) reason = "it would be submitted as the player's run";
+    if (folder == launcher::kReceiptsFolder) reason = "it is the archive of your own runs";
     if (reason.empty()) continue;
     found.push_back(failed(shown(package, entry.path()) + " is in the package",
                            "remove it; " + reason));

@@ -4,6 +4,7 @@
 
 #include "core/settings.h"
 #include "rehearsal/package/settings_check.h"
+#include "steam/mod_files.h"
 
 namespace rehearsal {
 
@@ -25,7 +26,10 @@ void putOnStage(const Package& package, stage::Stage& machine) {
   copyTree(package.programFolder, machine.app());
   machine.installCard();
 
-  for (const char* left : {"dwmapi.dll", "ue4ss"}) fs::remove_all(machine.gameFolder() / left);
+  for (const char* file : launcher::kRequiredModFiles) {
+    const fs::path name = stage::pathOf(file).relative_path();
+    fs::remove_all(machine.gameFolder() / *name.begin());
+  }
   fs::remove_all(machine.package());
   const Target mod = targetOf(package, package.settings.install_from);
   if (mod.place == Target::Place::package && stage::pathExists(mod.path)) {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "rehearsal/stage/text.h"
+#include "server/weekly_files.h"
 
 namespace rehearsal {
 
@@ -17,9 +18,6 @@ namespace {
 
 constexpr int kPatienceMs = 8000;
 constexpr std::size_t kEnough = 1 << 20;
-constexpr std::array<const char*, 6> kWeeklyPaths = {"/week/current", "/leaderboard",
-                                                     "/board-data",   "/board-en",
-                                                     "/leaderboard.txt", "/leaderboard.tsv"};
 
 struct CloseInternet {
   void operator()(HINTERNET handle) const { WinHttpCloseHandle(handle); }
@@ -66,22 +64,13 @@ std::optional<Reply> get(const std::string& url) {
   return reply;
 }
 
-/// The launcher takes the digits behind the first "seed" key, blanks and tabs skipped.
-bool hasSeed(const std::string& week) {
-  const std::size_t key = week.find("\"seed\"");
-  const std::size_t colon = week.find(':', key);
-  if (key == std::string::npos || colon == std::string::npos) return false;
-  const std::size_t value = week.find_first_not_of(" \t", colon + 1);
-  return value != std::string::npos && week[value] >= '0' && week[value] <= '9';
-}
-
 Finding judge(const std::string& path, const std::optional<Reply>& reply) {
   if (!reply) return failed("the server does not answer " + path, "look at the server");
   if (reply->status != 200) {
     return failed("the server answers " + path + " with status " + std::to_string(reply->status),
                   "players would get that page instead of the file");
   }
-  if (path == kWeeklyPaths.front() && !hasSeed(reply->body)) {
+  if (path == launcher::kWeekFile.serverPath && launcher::scanSeed(reply->body).empty()) {
     return failed("the server's week has no seed that the launcher can read",
                   "write \"seed\": and plain digits, without quotes");
   }
@@ -95,7 +84,8 @@ Findings checkServer(std::string_view server) {
   while (base.ends_with('/')) base.pop_back();
   if (base.empty()) return {};  // told at the settings
   Findings found;
-  for (const std::string path : kWeeklyPaths) {
+  for (const launcher::WeeklyFile& file : launcher::kWeeklyFiles) {
+    const std::string path = file.serverPath;
     const std::optional<Reply> reply = get(base + path);
     if (!reply && found.empty()) {
       return {unseen("the server " + base + " cannot be reached from here",

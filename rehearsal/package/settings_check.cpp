@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "core/paths.h"
 #include "core/settings.h"
 #include "core/text.h"
 #include "rehearsal/stage/text.h"
@@ -174,7 +175,7 @@ std::string unknownPlaceholder(std::string_view value) {
     const std::size_t close = value.find('%', open + 1);
     if (close == std::string_view::npos) return {};
     const std::string_view name = value.substr(open, close + 1 - open);
-    if (name != "%APPDIR%" && name != "%LOCALDATA%") return std::string(name);
+    if (name != launcher::kAppDirPlaceholder && name != launcher::kLocalDataPlaceholder) return std::string(name);
     open = value.find('%', close + 1);
   }
   return {};

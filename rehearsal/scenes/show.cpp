@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "rehearsal/package/package_play.h"
+#include "server/weekly_files.h"
 
 namespace rehearsal {
 
@@ -264,12 +265,12 @@ void Show::expectCards(const std::vector<std::string>& arguments) {
 }
 
 void Show::expectDataFilesOfFullRun(const std::vector<std::string>& besides) {
-  std::vector<std::string> files =
-      std::vector<std::string>{"board.toggle",     "board.tsv",      "board.txt",
-                               "board_data.txt",   "board_en.txt",   "launch.state",
-                               "leaderboard.json", "rand_seed.txt",  "receipts\\receipt_*.json",
-                               "timer.enabled",    "upload.state",   "week.json"} +
-      besides;
+  std::vector<std::string> files = std::vector<std::string>{"board.toggle",  "launch.state",
+                                                            "rand_seed.txt", "timer.enabled",
+                                                            "upload.state"} +
+                                   besides;
+  files.emplace_back("receipts\\receipt_*.json");
+  for (const launcher::WeeklyFile& file : launcher::kWeeklyFiles) files.emplace_back(file.name);
   std::sort(files.begin(), files.end());
   expectDataFiles(files);
 }
@@ -285,8 +286,11 @@ bool Show::conclude() const {
 }
 
 std::vector<std::string> weeklyRequests() {
-  return {"GET /week/current", "GET /leaderboard",     "GET /board-data",
-          "GET /board-en",     "GET /leaderboard.txt", "GET /leaderboard.tsv"};
+  std::vector<std::string> requests;
+  for (const launcher::WeeklyFile& file : launcher::kWeeklyFiles) {
+    requests.push_back(std::string("GET ") + file.serverPath);
+  }
+  return requests;
 }
 
 std::vector<std::string> operator+(std::vector<std::string> one,

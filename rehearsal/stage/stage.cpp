@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "steam/mod_files.h"
+
 namespace stage {
 
 namespace fs = std::filesystem;
@@ -46,6 +48,12 @@ void removeTree(const fs::path& folder) {
     }
     Sleep(20);
   }
+}
+
+std::string modFileText(const fs::path& name) {
+  if (name.extension() == ".lua") return "-- records the run of the week\n";
+  if (name.extension() == ".txt") return "1\n";
+  return "MZ: a library of the race mod\n";
 }
 
 fs::path scriptOf(fs::path program) { return program.replace_extension(".json"); }
@@ -198,7 +206,7 @@ void Stage::setGame(GameScript script) {
   }
   fs::remove(gameStopFile());
   writeFile(scriptOf(gameExe_), scriptText(script, timeline_.file(), parts,
-                                           gameStopFile(), data() / "launch.state"));
+                                           gameStopFile(), data() / launcher::kLaunchStateFile));
 }
 
 GameScript Stage::playsRun(std::string_view receiptText) const {
@@ -217,11 +225,10 @@ void Stage::installMod() { writeModFiles(gameFolder()); }
 void Stage::writePackage() { writeModFiles(package()); }
 
 void Stage::writeModFiles(const fs::path& folder) {
-  const fs::path mod = folder / "ue4ss" / "Mods" / "KOVWeekly";
-  writeFile(folder / "dwmapi.dll", "MZ: the loader of the race mod\n");
-  writeFile(folder / "ue4ss" / "UE4SS.dll", "MZ: the scripting system of the race mod\n");
-  writeFile(mod / "Scripts" / "main.lua", "-- records the run of the week\n");
-  writeFile(mod / "enabled.txt", "1\n");
+  for (const char* file : launcher::kRequiredModFiles) {
+    const fs::path name = pathOf(file).relative_path();
+    writeFile(folder / name, modFileText(name));
+  }
 }
 
 // LiveSplit, card, browser -----------------------------------------------------------------

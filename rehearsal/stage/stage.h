@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/paths.h"
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/launcher_run.h"
 #include "rehearsal/stage/message_boxes.h"
@@ -75,7 +76,7 @@ class Stage {
   [[nodiscard]] std::filesystem::path data() const { return root_ / "data"; }
   [[nodiscard]] std::filesystem::path local() const { return root_ / "local"; }
   [[nodiscard]] std::filesystem::path receipt() const { return root_ / "receipt.json"; }
-  [[nodiscard]] std::filesystem::path modResult() const { return data() / "kovw_result.json"; }
+  [[nodiscard]] std::filesystem::path modResult() const { return data() / launcher::kModResultFile; }
   [[nodiscard]] std::filesystem::path steamFolder() const { return root_ / "steam"; }
   [[nodiscard]] std::filesystem::path steamExe() const { return steamFolder() / "steam.exe"; }
   [[nodiscard]] std::filesystem::path secondLibrary() const { return root_ / "lib2"; }
@@ -156,10 +157,9 @@ class Stage {
   /// Ends a game that stays (GameScript::untilEnded).
   void endGame();
 
-  /// The game's four mod files, as an earlier installation left them.
+  /// The game's required mod files, as an earlier installation left them.
   void installMod();
-  /// The player package: dwmapi.dll, ue4ss\UE4SS.dll, ue4ss\Mods\KOVWeekly\Scripts\main.lua,
-  /// ue4ss\Mods\KOVWeekly\enabled.txt.
+  /// The player package: the same files.
   void writePackage();
 
   // LiveSplit, card, browser -------------------------------------------------------------

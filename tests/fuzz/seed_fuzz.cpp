@@ -1,4 +1,4 @@
-#include "server/seed.h"
+#include "server/weekly_files.h"
 
 #include "tests/fuzz/fuzz_target.h"
 

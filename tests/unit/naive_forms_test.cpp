@@ -16,7 +16,7 @@
 #include "livesplit/time_reply.h"
 #include "result/flat_json.h"
 #include "result/run_check.h"
-#include "server/seed.h"
+#include "server/weekly_files.h"
 #include "steam/vdf.h"
 #include "tests/unit/receipt_forms.h"
 

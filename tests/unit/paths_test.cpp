@@ -92,9 +92,9 @@ TEST(Paths, bytesOfOtherCodePagesPassThrough) {
             "C:\\\xCB\xD9\\\xBE\xBA");
 }
 
-TEST(Paths, filesOfTheDataFolder) {
-  EXPECT_EQ(modResultPath("D:\\data"), "D:\\data\\kovw_result.json");
-  EXPECT_EQ(profileFlagPath("D:\\data"), "D:\\data\\profile_opened.flag");
+TEST(Paths, namesOfTheDataFolderFollowABackslash) {
+  EXPECT_EQ(inDataFolder("D:\\data", kModResultFile), "D:\\data\\kovw_result.json");
+  EXPECT_EQ(inDataFolder("D:\\data\\", kProfileFlagFile), "D:\\data\\\\profile_opened.flag");
 }
 
 }  // namespace

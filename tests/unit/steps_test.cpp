@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "server/seed.h"
+#include "server/weekly_files.h"
 #include "steam/vdf.h"
 
 // Whether the counter sees what it is there for. The fuzz targets bound the steps of every

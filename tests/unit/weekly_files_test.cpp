@@ -1,13 +1,26 @@
-#include "server/seed.h"
+#include "server/weekly_files.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace launcher {
 namespace {
 
 using std::literals::string_view_literals::operator""sv;
+
+TEST(WeeklyFiles, sixFilesAreFetchedInThisOrder) {
+  std::vector<std::string> files;
+  for (const WeeklyFile& file : kWeeklyFiles) {
+    files.push_back(std::string(file.serverPath) + " -> " + file.name);
+  }
+  EXPECT_EQ(files, (std::vector<std::string>{
+                       "/week/current -> week.json", "/leaderboard -> leaderboard.json",
+                       "/board-data -> board_data.txt", "/board-en -> board_en.txt",
+                       "/leaderboard.txt -> board.txt", "/leaderboard.tsv -> board.tsv"}));
+  EXPECT_STREQ(kWeekFile.name, "week.json");
+}
 
 TEST(Seed, digitsBehindTheKeyAreTheSeed) {
   EXPECT_EQ(scanSeed("{\"week\":\"2026-W47\",\"seed\": 12345,\"map\":\"Level 0\"}"), "12345");
