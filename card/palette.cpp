@@ -43,7 +43,7 @@ Palette paletteFor(Kind kind, bool isDark) {
       palette.accentInk = rgb(isDark ? 0xF5D547 : 0x7A5E00);
       break;
     case Kind::fail:
-      palette.accent = rgb(isDark ? 0xFF8A5B : 0xFF8A5B);
+      palette.accent = rgb(0xFF8A5B);
       palette.accentInk = rgb(isDark ? 0xFF9D75 : 0xA83A0C);
       break;
     case Kind::none:
