@@ -1,15 +1,17 @@
 #include "card/wording.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "card/time_text.h"
+#include "result/refusals.h"
 
 namespace launcher::card {
 namespace {
 
 using View = std::u16string_view;
 
-constexpr View kLoginPrefix = u"login code: ";
 constexpr std::size_t kTagLength = 48;
 constexpr std::size_t kNumberLength = 16;
 constexpr std::size_t kDetailLength = 400;
@@ -31,14 +33,24 @@ constexpr std::array<Word, 3> kEndings = {{
     {u"true", u"真结局"},
 }};
 
-// How the launcher's English message begins, and what that means.
-constexpr std::array<Word, 5> kRefusals = {{
-    {u"incomplete result", u"服务器没有收下：成绩不完整，分段太少。"},
-    {u"run did not start at Level 0", u"服务器没有收下：这次不是从 Level 0 开始的。"},
-    {u"The race is closed", u"服务器没有收下：比赛已经关闭。"},
-    {u"This week has ended", u"服务器没有收下：本周的比赛已经结束。"},
-    {u"Hard difficulty", u"服务器没有收下：困难难度不参加比赛。"},
-}};
+struct KnownRefusal {
+  std::string_view english;
+  View chinese;
+};
+
+// The columns of the launcher's table that this program needs.
+constexpr auto kKnownRefusals = [] {
+  std::array<KnownRefusal, std::size(kRefusals)> known = {};
+  for (std::size_t i = 0; i < known.size(); ++i) {
+    known[i] = {kRefusals[i].english, kRefusals[i].chinese};
+  }
+  return known;
+}();
+
+// True when `text` begins with these ASCII characters.
+bool startsWith(View text, std::string_view ascii) {
+  return text.size() >= ascii.size() && std::equal(ascii.begin(), ascii.end(), text.begin());
+}
 
 template <std::size_t count>
 std::u16string translated(const std::array<Word, count>& words, View value) {
@@ -116,12 +128,12 @@ void describeFail(const ResultArguments& arguments, CardContent& content) {
   const View message = arguments.message;
   std::u16string what = u"服务器没有收下这次成绩，原因见下面的英文。";
   std::u16string next = u"下次启动时会自动再试；有疑问请找主办方。";
-  if (message.empty() || message.starts_with(u"Network error")) {
+  if (message.empty() || startsWith(message, kNetworkError)) {
     what = u"没有连上比赛服务器，多半是网络问题。";
     next = u"先检查网络；下次打开启动器会自动补传。";
   }
-  for (const Word& refusal : kRefusals) {
-    if (message.starts_with(refusal.value)) what = refusal.chinese;
+  for (const KnownRefusal& refusal : kKnownRefusals) {
+    if (startsWith(message, refusal.english)) what = refusal.chinese;
   }
   content.heading = u"成绩还没传上去";
   content.notes = {{Note::Sign::what, what},
@@ -161,7 +173,8 @@ bool isLoginCode(const CardContent& content, View message) {
   // The launcher names the code only with an accepted run; anywhere else these
   // words would come from the server's error text.
   const bool mayHaveOne = content.kind == Kind::ok || content.kind == Kind::unknown;
-  return mayHaveOne && message.starts_with(kLoginPrefix) && message.size() > kLoginPrefix.size();
+  return mayHaveOne && startsWith(message, kLoginCodePrefix) &&
+         message.size() > kLoginCodePrefix.size();
 }
 
 std::u16string windowTitle(const CardContent& content) {
@@ -201,7 +214,7 @@ CardContent describeResult(const ResultArguments& arguments) {
   }
   const View message = arguments.message;
   if (isLoginCode(content, message)) {
-    content.loginCode = message.substr(kLoginPrefix.size());
+    content.loginCode = message.substr(kLoginCodePrefix.size());
   } else {
     content.detail = clipText(message, kDetailLength);
   }

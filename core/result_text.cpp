@@ -1,27 +1,32 @@
 #include "core/result_text.h"
 
+#include <array>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #include "core/text.h"
 #include "result/flat_json.h"
+#include "result/refusals.h"
 
 namespace launcher {
 namespace {
 
-struct MappedReason {
-  std::string_view part;
-  const char* reason;
+struct Reason {
+  std::string_view said;
+  std::string_view english;
+  std::string_view detail;
 };
 
-constexpr MappedReason kReasons[] = {
-    {"splits too few", "incomplete result (too few splits)"},
-    {"Level 0", "run did not start at Level 0 - not eligible"},
-    {"race is closed", "The race is closed - result not counted"},
-    {"week window closed", "This week has ended - result not counted"},
-    {"hard difficulty", "Hard difficulty is not part of the race"},
-};
+/// The columns of kRefusals that this program needs.
+constexpr auto kReasons = [] {
+  std::array<Reason, std::size(kRefusals)> reasons = {};
+  for (std::size_t i = 0; i < reasons.size(); ++i) {
+    reasons[i] = {kRefusals[i].said, kRefusals[i].english, kRefusals[i].detail};
+  }
+  return reasons;
+}();
 
 /// Whole minutes, truncated toward zero. What no int can hold gives the value that
 /// the processor's own conversion gives.
@@ -54,8 +59,9 @@ std::string errorText(std::string_view reply) {
 
 std::string failReason(std::string_view reply) {
   const std::string error = errorText(reply);
-  for (const MappedReason& mapped : kReasons) {
-    if (error.find(mapped.part) != std::string::npos) return mapped.reason;
+  for (const Reason& reason : kReasons) {
+    if (error.find(reason.said) == std::string::npos) continue;
+    return std::string(reason.english).append(reason.detail);
   }
   return error;
 }
@@ -101,7 +107,7 @@ std::string detailMessage(ResultKind kind, std::string_view reply) {
   if (kind == ResultKind::ok) return {};
   if (kind == ResultKind::none) return "No finish detected - this run will not count.";
   const std::string reason = failReason(reply);
-  return (reason.empty() ? "Network error" : reason) +
+  return (reason.empty() ? std::string(kNetworkError) : reason) +
          ". Result saved locally - it will retry next launch.";
 }
 
@@ -121,7 +127,7 @@ std::string resultCardArguments(ResultKind kind, const UploadOutcome& outcome) {
   const std::string detail = detailMessage(kind, outcome.reply);
   if (!detail.empty()) return line + " --msg " + quoted(detail);
   if (outcome.profileToken.empty()) return line;
-  return line + " --msg " + quoted("login code: " + outcome.profileToken);
+  return line + " --msg " + quoted(std::string(kLoginCodePrefix) + outcome.profileToken);
 }
 
 }  // namespace launcher
