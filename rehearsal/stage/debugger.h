@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -15,8 +16,8 @@
 namespace stage {
 
 /// A small debugger of one program, started with DEBUG_ONLY_THIS_PROCESS by the thread that
-/// calls in here. It tells of the program's calls of some functions of one library before they
-/// do anything; the program stands still meanwhile.
+/// calls in here. It tells of the program's calls of some functions of Windows' libraries before
+/// they do anything; the program stands still meanwhile.
 ///
 /// A breakpoint stays where it is while the debugger does what the instruction below it would
 /// have done, so no call of another thread can slip by. Only for x86-64, and for functions that
@@ -41,10 +42,15 @@ class Debugger {
   };
   using OnCall = std::function<void(const Call&)>;
 
-  /// Watches these functions from the moment in which the program loads the library; this
-  /// program must have it too. Throws std::runtime_error when a function cannot be watched.
-  Debugger(const wchar_t* library,
-           const std::vector<std::pair<const char*, OnCall>>& functions);
+  /// Functions of one library, by their names.
+  using Functions = std::vector<std::pair<const char*, OnCall>>;
+
+  /// Watches these functions from the moment in which the program loads their library; this
+  /// program loads it at once. Throws std::runtime_error when a function cannot be watched.
+  Debugger(const wchar_t* library, const Functions& functions)
+      : Debugger({{library, functions}}) {}
+  /// As above, for several libraries.
+  explicit Debugger(const std::vector<std::pair<const wchar_t*, Functions>>& libraries);
   Debugger(const Debugger&) = delete;
   Debugger& operator=(const Debugger&) = delete;
 
@@ -57,10 +63,13 @@ class Debugger {
   [[nodiscard]] bool programBegan() const { return programBegan_; }
   /// The program, while it runs.
   [[nodiscard]] HANDLE process() const { return process_; }
-  /// True when this place of the program lies in the watched library.
+  /// True when this place lies in a watched library.
   [[nodiscard]] bool inLibrary(std::uint64_t address) const {
-    return base_ != 0 && address - base_ < librarySize_;
+    return std::any_of(libraries_.begin(), libraries_.end(),
+                       [&](const Library& library) { return library.place.holds(address); });
   }
+  /// True when this place lies in the program's own file.
+  [[nodiscard]] bool inProgram(std::uint64_t address) const { return own_.holds(address); }
 
   /// A value in the program's memory; zero where none can be read.
   template <class Value>
@@ -85,20 +94,37 @@ class Debugger {
   }
 
  private:
+  using Code = std::array<unsigned char, 8>;
   struct Breakpoint {
-    std::array<unsigned char, 4> code;  // what the function begins with
+    Code code;  // what the function begins with
     OnCall onCall;
   };
+  /// A file in the program's memory.
+  struct Place {
+    std::uint64_t base = 0;
+    std::uint64_t size = 0;
+    [[nodiscard]] bool holds(std::uint64_t address) const {
+      return base != 0 && address - base < size;
+    }
+  };
+  struct Library {
+    HMODULE ours;
+    Place place;                                 // in the program, once it is loaded there
+    std::map<std::uint64_t, Breakpoint> points;  // by distance from the library's start
+  };
 
+  static bool doFirst(const Code& code, CONTEXT& context, HANDLE process);
+
+  void watch(const wchar_t* library, const char* name, const OnCall& onCall);
   DWORD handle(const DEBUG_EVENT& event);
   void onLibrary(const void* base);
+  [[nodiscard]] Place placeOf(const void* base) const;
+  [[nodiscard]] const Breakpoint* pointAt(std::uint64_t address) const;
   DWORD onException(const EXCEPTION_RECORD& exception, DWORD threadId);
   void copy(std::uint64_t address, void* to, std::size_t bytes) const;
 
-  const HMODULE ours_;
-  std::uint64_t base_ = 0;  // of the library in the program
-  std::uint64_t librarySize_ = 0;
-  std::map<std::uint64_t, Breakpoint> breakpoints_;  // by distance from the library's start
+  std::vector<Library> libraries_;
+  Place own_;
   HANDLE process_ = nullptr;  // closed by the system with the last debug event
   DWORD mainThreadId_ = 0;
   bool programBegan_ = false;

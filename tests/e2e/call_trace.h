@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "rehearsal/stage/debugger.h"
-#include "rehearsal/stage/program_start.h"
 #include "rehearsal/stage/stage.h"
+#include "tests/e2e/debugged_run.h"
 
 namespace e2e {
 
@@ -43,22 +43,9 @@ class CallTrace {
   /// Runs the program without arguments and with empty standard input, in its own folder.
   /// Its exit code; nothing when it did not end within the limit and was ended.
   std::optional<std::uint32_t> run(const std::filesystem::path& program, unsigned limitMs) {
-    const stage::WinHandle nothing =
-        stage::openInheritable("NUL", GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING);
-    const stage::StartedProgram started = stage::startProgram(
-        {.program = program,
-         .currentFolder = program.parent_path(),
-         .flags = DEBUG_ONLY_THIS_PROCESS | CREATE_NO_WINDOW,
-         .standardHandles = {{nothing.get(), nothing.get(), nothing.get()}}});
-    const std::uint64_t end = GetTickCount64() + limitMs;
-    while (!debugger_.exitCode() && GetTickCount64() < end) debugger_.work(50);
-    if (debugger_.exitCode()) {
-      timeline_.append("launcher", "exit", std::to_string(*debugger_.exitCode()));
-    } else {
-      DebugActiveProcessStop(started.id);
-      stage::endProcess(started.id);
-    }
-    return debugger_.exitCode();
+    const std::optional<std::uint32_t> exitCode = runDebugged(debugger_, program, limitMs);
+    if (exitCode) timeline_.append("launcher", "exit", std::to_string(*exitCode));
+    return exitCode;
   }
 
  private:
