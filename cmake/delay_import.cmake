@@ -36,7 +36,8 @@ kov_delay_import(winhttp
   WinHttpCloseHandle WinHttpConnect WinHttpCrackUrl WinHttpOpen WinHttpOpenRequest
   WinHttpReadData WinHttpReceiveResponse WinHttpSendRequest)
 kov_delay_import(ws2_32
-  WSACleanup WSAStartup closesocket connect htonl htons recv send socket)
-kov_delay_import(shell32 ShellExecuteA)
+  WSACleanup WSAIoctl WSAStartup closesocket connect htonl htons recv send socket)
+kov_delay_import(ole32 CoInitializeEx CoUninitialize)
+kov_delay_import(shell32 ShellExecuteExA)
 kov_delay_import(user32 MessageBoxA MessageBoxW)
 kov_delay_import(advapi32 RegCloseKey RegOpenKeyExW RegQueryValueExW)

@@ -19,9 +19,9 @@ class LivesplitConnection {
   LivesplitConnection& operator=(const LivesplitConnection&) = delete;
   ~LivesplitConnection();
 
-  /// Connects and waits 50 ms, since the server can lose a command that reaches it
-  /// within its first few milliseconds and then never answers. Nothing when
-  /// Winsock, the socket or the connection is refused.
+  /// Connects and waits 250 ms, since the server can lose a command that reaches it
+  /// before it got the processor and then never answers. Nothing when Winsock, the
+  /// socket or the connection is refused.
   [[nodiscard]] static std::optional<LivesplitConnection> open();
 
   /// Sends `command` (with its line end) in one go and returns what one receive of

@@ -7,6 +7,8 @@
 #include <winsock2.h>
 #include <windows.h>
 
+#include <mstcpip.h>
+#include <objbase.h>
 #include <shellapi.h>
 #include <tlhelp32.h>
 
@@ -130,11 +132,16 @@ bool askTimer(const std::string& command) {
   address.sin_family = AF_INET;
   address.sin_port = htons(kTimerPort);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  TCP_INITIAL_RTO_PARAMETERS parameters = {TCP_INITIAL_RTO_UNSPECIFIED_RTT,
+                                           TCP_INITIAL_RTO_NO_SYN_RETRANSMISSIONS};
+  DWORD returned = 0;
+  (void)WSAIoctl(socket, SIO_TCP_INITIAL_RTO, &parameters, sizeof parameters, nullptr, 0, &returned,
+                 nullptr, nullptr);
   const bool connected =
       connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
   if (connected) {
     char reply[512] = {};
-    Sleep(50);
+    Sleep(250);
     (void)send(socket, command.data(), static_cast<int>(command.size()), 0);
     (void)recv(socket, reply, sizeof reply, 0);
   }

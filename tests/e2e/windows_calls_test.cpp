@@ -1,0 +1,136 @@
+// What the launcher asks of Windows where no file, request or window shows it: the calls
+// themselves, with their arguments, as the built launcher.exe makes them.
+
+#include <gtest/gtest.h>
+
+#include <winsock2.h>
+#include <windows.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "rehearsal/stage/debugger.h"
+#include "tests/e2e/debugged_run.h"
+#include "tests/e2e/upload_run.h"
+
+namespace e2e {
+namespace {
+
+using Call = stage::Debugger::Call;
+
+/// Runs the launcher and writes down its own calls of some functions, one line each; calls that
+/// Windows' libraries make among themselves are left out.
+class WindowsCalls : public UploadTest {
+ protected:
+  /// The line of a call.
+  using Describe = std::string (*)(const stage::Debugger&, const Call&);
+  struct Watched {
+    const wchar_t* library;
+    const char* function;
+    Describe describe;
+  };
+
+  Lines callsOf(const std::vector<Watched>& watched, const std::wstring& arguments,
+                std::uint32_t exitCode = 0) {
+    machine.writeIni(settings);
+    Lines lines;
+    std::optional<stage::Debugger> debugger;
+    std::vector<std::pair<const wchar_t*, stage::Debugger::Functions>> functions;
+    for (const Watched& each : watched) {
+      const auto note = [&lines, &debugger, each](const Call& call) {
+        if (debugger->inProgram(call.caller())) lines.push_back(each.describe(*debugger, call));
+      };
+      functions.push_back({each.library, {{each.function, note}}});
+    }
+    debugger.emplace(functions);
+    SetEnvironmentVariableW(L"LOCALAPPDATA", machine.local().c_str());
+    EXPECT_EQ(runDebugged(*debugger, machine.launcher(), 60000, arguments), exitCode);
+    return lines;
+  }
+
+  static std::string hex(std::uint64_t value) {
+    char text[17] = {};
+    (void)std::snprintf(text, sizeof text, "%llX", static_cast<unsigned long long>(value));
+    return text;
+  }
+  static std::string hexBytes(std::string_view bytes) {
+    std::string all;
+    for (const char byte : bytes) {
+      const auto value = static_cast<unsigned char>(byte);
+      all += (value < 0x10 ? " 0" : " ") + hex(value);
+    }
+    return all;
+  }
+};
+
+// --- the timer ------------------------------------------------------------------------------
+
+class TimerCalls : public WindowsCalls {
+ protected:
+  static std::string socketLine(const stage::Debugger&, const Call& call) {
+    return "socket " + std::to_string(call.argument(1)) + " " + std::to_string(call.argument(2)) +
+           " " + std::to_string(call.argument(3));
+  }
+  /// The option, its bytes, and what of an answer, an event and a callback is asked for.
+  static std::string optionLine(const stage::Debugger& debugger, const Call& call) {
+    const auto size = call.argument<std::uint32_t>(4);
+    return "WSAIoctl " + hex(call.argument<std::uint32_t>(2)) + ":" +
+           hexBytes(debugger.readText<char>(call.argument(3), size)) + "; " +
+           std::to_string(call.argument(5)) + " " +
+           std::to_string(call.argument<std::uint32_t>(6)) + " " +
+           (call.argument(7) != 0 ? "counted " : "uncounted ") +
+           std::to_string(call.argument(8)) + " " + std::to_string(call.argument(9));
+  }
+  static std::string connectLine(const stage::Debugger& debugger, const Call& call) {
+    const auto address = debugger.read<sockaddr_in>(call.argument(2));
+    return "connect " + hex(ntohl(address.sin_addr.s_addr)) + ":" +
+           std::to_string(ntohs(address.sin_port));
+  }
+  static std::string sleepLine(const stage::Debugger&, const Call& call) {
+    return "Sleep " + std::to_string(call.argument<std::uint32_t>(1));
+  }
+  static std::string sendLine(const stage::Debugger& debugger, const Call& call) {
+    return "send " +
+           debugger.readText<char>(call.argument(2), call.argument<std::uint32_t>(3));
+  }
+  static std::string closeLine(const stage::Debugger&, const Call&) { return "closesocket"; }
+
+  Lines uploadCalls() {
+    machine.writeReceipt(stage::finishedRun().text());
+    return callsOf({{L"ws2_32.dll", "socket", socketLine},
+                    {L"ws2_32.dll", "WSAIoctl", optionLine},
+                    {L"ws2_32.dll", "connect", connectLine},
+                    {L"kernel32.dll", "Sleep", sleepLine},
+                    {L"ws2_32.dll", "send", sendLine},
+                    {L"ws2_32.dll", "closesocket", closeLine}},
+                   L"--upload");
+  }
+
+  // SIO_TCP_INITIAL_RTO: the round trip time as it is (FFFF), no SYN again (FE).
+  const Lines kConnects = {"socket 2 1 6", "WSAIoctl 98000011: FF FF FE 00; 0 0 counted 0 0",
+                           "connect 7F000001:16834"};
+};
+
+TEST_F(TimerCalls, aConnectionAsksForNoFurtherSynAndWaitsBeforeItsCommand) {
+  stage::TimerServer timer;
+  timer.replyEnded(754.6);
+  const auto asks = [&](const std::string& command) {
+    return joined({kConnects, {"Sleep 250", "send " + command + "\r\n", "closesocket"}});
+  };
+  EXPECT_EQ(uploadCalls(), joined({asks("getfinaltime"), asks("getcurrenttimerphase"),
+                                   asks("getfinaltime"), asks("getfinaltime")}));
+  EXPECT_EQ(timer.connections(), 4U);
+}
+
+TEST_F(TimerCalls, aRefusedConnectionIsGivenUpAtOnce) {
+  const Lines refused = joined({kConnects, {"closesocket"}});
+  EXPECT_EQ(uploadCalls(), joined({refused, refused, refused, refused}));
+}
+
+}  // namespace
+}  // namespace e2e
