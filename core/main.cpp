@@ -43,6 +43,7 @@ int runMode(std::wstring_view firstArgument) {
   if (firstArgument == L"--profile") return runProfile(launch);
   if (firstArgument == L"--upload") return runUploadOnly(launch);
   return runRace(launch);
+  const QuickEditOff noSelection;  // the others write a few lines and end
 }
 
 }  // namespace

@@ -31,6 +31,20 @@ void prepareConsole();
 /// Waits for one character from standard input (or its end).
 void waitForCharacter();
 
+/// Keeps the selection by mouse click off, which would block every write until the
+/// player presses a key, and puts back what it found. Does nothing when standard
+/// input is no console.
+class QuickEditOff {
+ public:
+  QuickEditOff();
+  QuickEditOff(const QuickEditOff&) = delete;
+  QuickEditOff& operator=(const QuickEditOff&) = delete;
+  ~QuickEditOff();
+
+ private:
+  std::optional<unsigned long> found_;  ///< the console's input mode
+};
+
 /// The environment variable LOCALAPPDATA; empty when it is not set or has 260
 /// characters or more.
 [[nodiscard]] std::string localAppData();

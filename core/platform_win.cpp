@@ -13,14 +13,6 @@ namespace {
 
 constexpr DWORD kPathBuffer = 260;
 
-void disableQuickEdit() {
-  const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-  DWORD mode = 0;
-  if (!GetConsoleMode(input, &mode)) return;
-  const DWORD quickEdit = ENABLE_QUICK_EDIT_MODE;
-  (void)SetConsoleMode(input, (mode & ~quickEdit) | ENABLE_EXTENDED_FLAGS);
-}
-
 std::uint64_t wholeSize(DWORD high, DWORD low) {
   return (static_cast<std::uint64_t>(high) << 32) | low;
 }
@@ -55,7 +47,19 @@ void loadLibrariesFromSystemOnly() {
 void prepareConsole() {
   (void)SetConsoleOutputCP(CP_UTF8);
   (void)SetConsoleCP(CP_UTF8);
-  disableQuickEdit();
+}
+
+QuickEditOff::QuickEditOff() {
+  const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+  DWORD found = 0;
+  if (!GetConsoleMode(input, &found)) return;
+  found_ = found;
+  const DWORD quickEdit = ENABLE_QUICK_EDIT_MODE;
+  (void)SetConsoleMode(input, (found & ~quickEdit) | ENABLE_EXTENDED_FLAGS);
+}
+
+QuickEditOff::~QuickEditOff() {
+  if (found_) (void)SetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), *found_);
 }
 
 void waitForCharacter() { (void)std::getchar(); }

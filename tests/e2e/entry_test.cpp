@@ -5,7 +5,11 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
+#include <vector>
 
+#include "rehearsal/stage/debugger.h"
+#include "rehearsal/stage/win_handle.h"
 #include "tests/e2e/support.h"
 
 namespace {
@@ -787,16 +791,17 @@ class OwnConsole {
   OwnConsole(const OwnConsole&) = delete;
   OwnConsole& operator=(const OwnConsole&) = delete;
 
-  [[nodiscard]] HANDLE start(const std::filesystem::path& program) const {
+  [[nodiscard]] HANDLE start(const std::filesystem::path& program,
+                             const std::wstring& arguments = {}, DWORD flags = 0) const {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = input_;
     startup.hStdOutput = startup.hStdError = output_;
     PROCESS_INFORMATION info{};
-    std::wstring commandLine = L"\"" + program.wstring() + L"\"";
-    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                               program.parent_path().c_str(), &startup, &info));
+    std::wstring commandLine = L"\"" + program.wstring() + L"\" " + arguments;
+    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, flags,
+                               nullptr, program.parent_path().c_str(), &startup, &info));
     CloseHandle(info.hThread);
     return info.hProcess;
   }
@@ -845,6 +850,21 @@ class EntryConsole : public testing::Test {
     EXPECT_EQ(machine_.logBytes(), wanted);
     return process;
   }
+  /// The modes that a launcher sets for the console's input until it ends.
+  std::vector<DWORD> modesSet(const wchar_t* arguments) const {
+    std::vector<DWORD> modes;
+    std::optional<stage::Debugger> debugger;
+    debugger.emplace(L"kernel32.dll", stage::Debugger::Functions{
+        {"SetConsoleMode", [&](const stage::Debugger::Call& call) {
+          if (debugger->inProgram(call.caller())) modes.push_back(call.argument<DWORD>(2));
+        }}});
+    const stage::WinHandle process = stage::ownHandle(
+        console_.start(machine_.launcher(), arguments, DEBUG_ONLY_THIS_PROCESS));
+    const std::uint64_t limit = GetTickCount64() + 20000;
+    while (!debugger->exitCode() && GetTickCount64() < limit) debugger->work(50);
+    EXPECT_TRUE(debugger->exitCode()) << "the launcher does not end";
+    return modes;
+  }
   void finish(HANDLE process) const {
     console_.pressEnter();
     EXPECT_EQ(WaitForSingleObject(process, 10000), WAIT_OBJECT_0);
@@ -867,6 +887,22 @@ TEST_F(EntryConsole, quickEditIsSwitchedOffAndTheRestOfTheModeStays) {
   const HANDLE process = startAndWaitForPrompt();
   EXPECT_EQ(console_.mode(), mode & ~static_cast<DWORD>(ENABLE_QUICK_EDIT_MODE));
   finish(process);
+  EXPECT_EQ(console_.mode(), mode);
+}
+
+// A run that leaves early puts the mode back too; the other modes never touch it.
+TEST_F(EntryConsole, quickEditIsSwitchedOffInARunAlone) {
+  const DWORD off = ENABLE_PROCESSED_INPUT | ENABLE_LINE_INPUT | ENABLE_EXTENDED_FLAGS;
+  const DWORD on = off | ENABLE_QUICK_EDIT_MODE;
+  machine_.writeIni({{"dryrun", "1"}});
+  for (const auto& [arguments, wanted] :
+       {std::pair(L"", std::vector<DWORD>{off, on}), std::pair(L"--other", std::vector{off, on}),
+        std::pair(L"--detect", std::vector<DWORD>{}), std::pair(L"--profile", std::vector<DWORD>{}),
+        std::pair(L"--upload", std::vector<DWORD>{})}) {
+    console_.setMode(on);
+    EXPECT_EQ(modesSet(arguments), wanted) << stage::toUtf8(arguments);
+    EXPECT_EQ(console_.mode(), on) << stage::toUtf8(arguments);
+  }
 }
 
 TEST_F(EntryConsole, anotherModeIsKeptAsItIs) {
