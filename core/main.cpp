@@ -33,6 +33,7 @@ void preloadToken(Launch& launch) {
 
 int runMode(std::wstring_view firstArgument) {
   loadLibrariesFromSystemOnly();
+  takeMissingDisksForMissingFiles();
   prepareConsole();
   Launch launch;
   launch.programFolder = folderWithBackslash(programPath());
@@ -42,8 +43,8 @@ int runMode(std::wstring_view firstArgument) {
   if (firstArgument == L"--detect") return runDetect();
   if (firstArgument == L"--profile") return runProfile(launch);
   if (firstArgument == L"--upload") return runUploadOnly(launch);
-  return runRace(launch);
   const QuickEditOff noSelection;  // the others write a few lines and end
+  return runRace(launch);
 }
 
 }  // namespace

@@ -22,11 +22,10 @@ namespace launcher {
 /// Windows' own DLLs load further ones, and must not find a planted one beside the program.
 void loadLibrariesFromSystemOnly();
 
-/// Sets the console's output and then its input code page to UTF-8 and, when
-/// standard input is a console, switches off the selection by mouse click that
-/// would block every write until the player presses a key. Without a console
-/// both do nothing.
-void prepareConsole();
+/// From now on a path on a drive without a disk, such as an empty card reader, names nothing;
+/// without this Windows may ask for the disk in a box and wait. Programs that are started are
+/// not affected: the mode is this thread's, not the process's.
+void takeMissingDisksForMissingFiles();
 
 /// Waits for one character from standard input (or its end).
 void waitForCharacter();

@@ -44,6 +44,10 @@ void loadLibrariesFromSystemOnly() {
   (void)SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
 }
 
+void takeMissingDisksForMissingFiles() {
+  (void)SetThreadErrorMode(SEM_FAILCRITICALERRORS, nullptr);
+}
+
 void prepareConsole() {
   (void)SetConsoleOutputCP(CP_UTF8);
   (void)SetConsoleCP(CP_UTF8);

@@ -132,5 +132,26 @@ TEST_F(TimerCalls, aRefusedConnectionIsGivenUpAtOnce) {
   EXPECT_EQ(uploadCalls(), joined({refused, refused, refused, refused}));
 }
 
+// --- the drives -----------------------------------------------------------------------------
+
+// A box "no disk" would hold the launcher up.
+TEST_F(WindowsCalls, missingDisksAreMissingFilesBeforeTheFirstPathIsLookedAt) {
+  const Describe mode = [](const stage::Debugger&, const Call& call) {
+    return "SetThreadErrorMode " + std::to_string(call.argument<std::uint32_t>(1)) + " " +
+           std::to_string(call.argument(2));
+  };
+  const Describe look = [](const stage::Debugger& debugger, const Call& call) {
+    return "GetFileAttributesA " + debugger.readText<char>(call.argument(1));
+  };
+  set("dryrun", "1");
+  set("steam", "X:\\steam.exe");
+  set("game", "X:\\game.exe");
+  EXPECT_EQ(callsOf({{L"kernel32.dll", "SetThreadErrorMode", mode},
+                     {L"kernel32.dll", "GetFileAttributesA", look}},
+                    L""),
+            (Lines{"SetThreadErrorMode 1 0", "GetFileAttributesA X:\\steam.exe",
+                   "GetFileAttributesA X:\\game.exe"}));
+}
+
 }  // namespace
 }  // namespace e2e
