@@ -26,6 +26,8 @@ std::string findGameExe(const std::string& steamRoot) {
   // The narrow existence test gets UTF-8 text, so a library whose name is not
   // plain ASCII is found only where the ANSI code page is UTF-8.
   for (const std::string& folder : listSteamLibraries(steamRoot)) {
+    // A damaged file can hold a NUL, where Windows would end the path: at a folder.
+    if (folder.find('\0') != std::string::npos) continue;
     std::string candidate = folder + kGameInLibrary;
     if (pathExists(candidate)) return candidate;
   }

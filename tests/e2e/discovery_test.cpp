@@ -178,6 +178,17 @@ TEST_F(Discovery, anyTokenThatReadsPathMarksTheNextOne) {
   }
 }
 
+// Windows would end the path at the NUL and find the folder in front of it.
+TEST_F(Discovery, aFolderBeforeANulIsNoGame) {
+  steamAt(machine_.steamFolder());
+  gameIn(machine_.secondLibrary());
+  const std::string cut = textOf(machine_.data()) + std::string("\0x", 2);
+  libraries({cut});
+  EXPECT_EQ(found(), (Lines{steamDetected(), kNoGame}));
+  libraries({cut, library()});
+  EXPECT_EQ(found(), (Lines{steamDetected(), "game detected: " + below(library())}));
+}
+
 TEST_F(Discovery, aBackslashBeforeAQuoteEndsTheValueAndTurnsWhatFollowsInsideOut) {
   steamAt(machine_.steamFolder());
   gameIn(machine_.secondLibrary());
