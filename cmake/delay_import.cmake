@@ -4,7 +4,7 @@
 #
 # kov_system: the same DLLs linked in the usual way, for tests.
 add_library(kov_system INTERFACE)
-target_link_libraries(kov_system INTERFACE winhttp ws2_32 shell32 user32 advapi32)
+target_link_libraries(kov_system INTERFACE winhttp ws2_32 shell32 ole32 user32 advapi32)
 
 # kov_delay_import(<dll name without .dll> <function>...): an import library whose
 # functions load the DLL when the first of them is called; gathers in kov_delayed.

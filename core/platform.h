@@ -27,8 +27,9 @@ void loadLibrariesFromSystemOnly();
 /// not affected: the mode is this thread's, not the process's.
 void takeMissingDisksForMissingFiles();
 
-/// Waits for one character from standard input (or its end).
-void waitForCharacter();
+/// Sets the console's output and then its input code page to UTF-8. Without a
+/// console it does nothing.
+void prepareConsole();
 
 /// Keeps the selection by mouse click off, which would block every write until the
 /// player presses a key, and puts back what it found. Does nothing when standard
@@ -43,6 +44,9 @@ class QuickEditOff {
  private:
   std::optional<unsigned long> found_;  ///< the console's input mode
 };
+
+/// Waits for one character from standard input (or its end).
+void waitForCharacter();
 
 /// The environment variable LOCALAPPDATA; empty when it is not set or has 260
 /// characters or more.
@@ -167,7 +171,8 @@ void showMessage(const std::wstring& text, MessageIcon icon);
 /// are: Windows reads them in the ANSI code page, whatever they were meant in.
 void showPlainMessage(const std::string& text);
 
-/// Opens an address in the default browser. Failure is ignored.
+/// Opens an address in the default browser and returns when the browser has been started: the
+/// program may end right behind it. Failure is ignored, without a message.
 void openInBrowser(const std::string& address);
 
 // Time ----------------------------------------------------------------------

@@ -13,6 +13,10 @@ namespace {
 
 constexpr DWORD kPathBuffer = 260;
 
+bool startCom() {
+  return SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE));
+}
+
 std::uint64_t wholeSize(DWORD high, DWORD low) {
   return (static_cast<std::uint64_t>(high) << 32) | low;
 }
@@ -224,7 +228,14 @@ void showPlainMessage(const std::string& text) {
 }
 
 void openInBrowser(const std::string& address) {
-  (void)ShellExecuteA(nullptr, "open", address.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+  const UniqueCom com(startCom());
+  SHELLEXECUTEINFOA page = {};
+  page.cbSize = sizeof(page);
+  page.fMask = SEE_MASK_NOASYNC | SEE_MASK_FLAG_NO_UI;
+  page.lpVerb = "open";
+  page.lpFile = address.c_str();
+  page.nShow = SW_SHOWNORMAL;
+  (void)ShellExecuteExA(&page);
 }
 
 LocalTime localTimeNow() {

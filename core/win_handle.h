@@ -3,6 +3,7 @@
 // Owners for what Windows hands out. Only shells (*_win.cpp) include this.
 #include <winsock2.h>
 #include <windows.h>
+#include <objbase.h>
 #include <winhttp.h>
 
 #include <utility>
@@ -81,6 +82,14 @@ struct WinsockTraits {
   static void release(Type) { (void)WSACleanup(); }
 };
 using UniqueWinsock = UniqueResource<WinsockTraits>;
+
+/// A successful CoInitializeEx; the value says only that there was one.
+struct ComTraits {
+  using Type = bool;
+  static Type none() { return false; }
+  static void release(Type) { CoUninitialize(); }
+};
+using UniqueCom = UniqueResource<ComTraits>;
 
 struct InternetTraits {
   using Type = HINTERNET;

@@ -301,8 +301,15 @@ void upload() {
   say(1);
   tryToOpen(data("\\profile_opened.flag"));
   (void)readFile(root + "\\app\\launcher.ini");
-  (void)ShellExecuteA(nullptr, "open", "https://kov-race.example/profile?token=kq7-4821", nullptr,
-                      nullptr, SW_SHOWNORMAL);
+  (void)CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE);
+  SHELLEXECUTEINFOA page = {};
+  page.cbSize = sizeof page;
+  page.fMask = SEE_MASK_NOASYNC | SEE_MASK_FLAG_NO_UI;
+  page.lpVerb = "open";
+  page.lpFile = "https://kov-race.example/profile?token=kq7-4821";
+  page.nShow = SW_SHOWNORMAL;
+  (void)ShellExecuteExA(&page);
+  CoUninitialize();
   writeFile(data("\\profile_opened.flag"), "1");
   say(2);
   (void)DeleteFileA((root + "\\receipt.json").c_str());

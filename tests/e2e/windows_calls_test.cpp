@@ -5,6 +5,7 @@
 
 #include <winsock2.h>
 #include <windows.h>
+#include <shellapi.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -130,6 +131,59 @@ TEST_F(TimerCalls, aConnectionAsksForNoFurtherSynAndWaitsBeforeItsCommand) {
 TEST_F(TimerCalls, aRefusedConnectionIsGivenUpAtOnce) {
   const Lines refused = joined({kConnects, {"closesocket"}});
   EXPECT_EQ(uploadCalls(), joined({refused, refused, refused, refused}));
+}
+
+// --- the profile page -----------------------------------------------------------------------
+
+class PageCalls : public WindowsCalls {
+ protected:
+  static std::string startComLine(const stage::Debugger&, const Call& call) {
+    return "CoInitializeEx " + std::to_string(call.argument(1)) + " " +
+           std::to_string(call.argument<std::uint32_t>(2));
+  }
+  static std::string openLine(const stage::Debugger& debugger, const Call& call) {
+    const auto page = debugger.read<SHELLEXECUTEINFOA>(call.argument(1));
+    const auto text = [&](const char* at) {
+      return at ? debugger.readText<char>(reinterpret_cast<std::uint64_t>(at)) : "(none)";
+    };
+    return "ShellExecuteExA " + std::to_string(page.cbSize) + " " + hex(page.fMask) + " " +
+           (page.hwnd ? "owned " : "") + text(page.lpVerb) + " " + text(page.lpFile) + " " +
+           text(page.lpParameters) + " " + text(page.lpDirectory) + " " +
+           std::to_string(page.nShow);
+  }
+  static std::string endComLine(const stage::Debugger&, const Call&) { return "CoUninitialize"; }
+
+  Lines pageCalls(const std::wstring& arguments) {
+    machine.installBrowser();
+    Lines calls = callsOf({{L"ole32.dll", "CoInitializeEx", startComLine},
+                           {L"shell32.dll", "ShellExecuteExA", openLine},
+                           {L"ole32.dll", "CoUninitialize", endComLine}},
+                          arguments);
+    EXPECT_TRUE(machine.timeline().waitFor("browser", "open"));
+    return calls;
+  }
+  /// COM for one thread without old exchanges (2 + 4); the page as a whole (0x100) and without
+  /// boxes (0x400), opened in a normal window (1).
+  static Lines opened(const std::string& address) {
+    return {"CoInitializeEx 0 6",
+            "ShellExecuteExA 112 500 open " + address + " (none) (none) 1", "CoUninitialize"};
+  }
+};
+
+TEST_F(PageCalls, profileModeOpensThePageBeforeItEnds) {
+  stage::writeFile(machine.data() / "profile_token.txt", "kq7-4821");
+  const std::string page = "https://kov-race.example/profile?token=kq7-4821";
+  EXPECT_EQ(pageCalls(L"--profile"), opened(page));
+  EXPECT_EQ(machine.openedUrls(), Lines{page});
+}
+
+TEST_F(PageCalls, aNewCodeOpensThePageInTheSameWay) {
+  set("site", "http://127.0.0.1:9");
+  server.answer("POST", "/submit", stage::Reply::json("{\"accepted\":true,\"token\":\"k\"}"));
+  machine.writeReceipt(stage::finishedRun().text());
+  const std::string page = "http://127.0.0.1:9/profile?token=k";
+  EXPECT_EQ(pageCalls(L"--upload"), opened(page));
+  EXPECT_EQ(machine.openedUrls(), Lines{page});
 }
 
 // --- the drives -----------------------------------------------------------------------------

@@ -14,8 +14,8 @@ namespace {
 
 /// DLLs that every 64-bit Windows brings along.
 const std::set<std::string> kWindowsDlls = {"advapi32.dll", "kernel32.dll", "msvcrt.dll",
-                                            "shell32.dll",  "user32.dll",   "winhttp.dll",
-                                            "ws2_32.dll"};
+                                            "ole32.dll",    "shell32.dll",  "user32.dll",
+                                            "winhttp.dll",  "ws2_32.dll"};
 
 /// A Windows program file ("PE32+"): a DOS header that says where the PE header is, that with
 /// an optional header with a list of directories, and the sections that hold them.
