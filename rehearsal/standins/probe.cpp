@@ -53,6 +53,9 @@ int boxes() {
   return 5;
 }
 
+/// The error mode that it was started with, above other exit codes.
+int errorMode() { return 100 + static_cast<int>(GetErrorMode()); }
+
 }  // namespace
 
 int wmain(int count, wchar_t** arguments) {
@@ -61,5 +64,6 @@ int wmain(int count, wchar_t** arguments) {
   if (word == L"report") return report();
   if (word == L"log") return logAndWait();
   if (word == L"boxes") return boxes();
+  if (word == L"errormode") return errorMode();
   return 1;
 }

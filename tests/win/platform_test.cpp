@@ -13,7 +13,9 @@
 
 #include "core/file_io.h"
 #include "rehearsal/stage/files.h"
+#include "rehearsal/stage/launcher_run.h"
 #include "rehearsal/stage/process.h"
+#include "rehearsal/stage/stage.h"
 #include "rehearsal/stage/text.h"
 
 namespace launcher {
@@ -266,6 +268,23 @@ TEST_F(Platform, processStartsInTheGivenFolder) {
   ASSERT_TRUE(start.process.has_value());
   start.process->waitForEnd(20000);
   EXPECT_EQ(stage::listFolder(folder), Texts{"here"});
+}
+
+// The game must show its own boxes as it would without the launcher. (Below Wine a program gets
+// no mode from the one that starts it, whatever that has.)
+TEST_F(Platform, aMissingDiskIsAMissingFileForThisThreadAlone) {
+  stage::Stage::copyStandIn("probe.exe", folder / "probe.exe");
+  const auto modeOfAStartedProgram = [&] {
+    return stage::LauncherRun(folder / "probe.exe", "errormode", {}).wait().exitCode;
+  };
+  constexpr std::uint32_t kNoMode = 100;
+  const DWORD processMode = SetErrorMode(0);
+  ASSERT_EQ(modeOfAStartedProgram(), kNoMode);
+  takeMissingDisksForMissingFiles();
+  EXPECT_EQ(GetThreadErrorMode(), DWORD{SEM_FAILCRITICALERRORS});
+  EXPECT_EQ(modeOfAStartedProgram(), kNoMode);
+  (void)SetThreadErrorMode(0, nullptr);
+  (void)SetErrorMode(processMode);
 }
 
 // --- environment and code pages ---------------------------------------------------------------
