@@ -4,6 +4,7 @@
 // second string class and a threads library along, more than all of the launcher itself.
 #include <cstdlib>
 #include <new>
+#include <string>
 
 // Memory ----------------------------------------------------------------------
 
@@ -28,3 +29,17 @@ namespace std {
 [[noreturn]] void __throw_bad_array_new_length() { abort(); }
 
 }  // namespace std
+
+// Strings ------------------------------------------------------------------------
+
+// Since GCC 13 one function of strings is never put in line, and the library's copy of it
+// comes together with functions that catch exceptions. This is the same function, compiled
+// here. (All of the class at once would keep what nobody calls.)
+#if _GLIBCXX_RELEASE >= 13
+#define KOV_REPLACE(Char)                                                       \
+  template void std::basic_string<Char>::_M_replace_cold(                       \
+      Char*, size_type, const Char*, const size_type, const size_type)
+KOV_REPLACE(char);
+KOV_REPLACE(wchar_t);
+#undef KOV_REPLACE
+#endif
