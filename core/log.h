@@ -2,7 +2,9 @@
 
 #include <string>
 
-#if defined(__GNUC__)
+#if defined(__clang__)
+#define KOV_PRINTF __attribute__((format(printf, 1, 2)))
+#elif defined(__GNUC__)
 #define KOV_PRINTF __attribute__((format(gnu_printf, 1, 2)))
 #else
 #define KOV_PRINTF

@@ -17,16 +17,16 @@ void* operator new(std::size_t bytes) {
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
-// What the standard library's containers call on misuse -------------------------
+// What the containers call on misuse; <string> declares that none of these returns ---
 
 namespace std {
 
-[[noreturn]] void __throw_length_error(const char*) { abort(); }
-[[noreturn]] void __throw_logic_error(const char*) { abort(); }
-[[noreturn]] void __throw_out_of_range(const char*) { abort(); }
-[[noreturn]] void __throw_out_of_range_fmt(const char*, ...) { abort(); }
-[[noreturn]] void __throw_bad_alloc() { abort(); }
-[[noreturn]] void __throw_bad_array_new_length() { abort(); }
+void __throw_length_error(const char*) { abort(); }
+void __throw_logic_error(const char*) { abort(); }
+void __throw_out_of_range(const char*) { abort(); }
+void __throw_out_of_range_fmt(const char*, ...) { abort(); }
+void __throw_bad_alloc() { abort(); }
+void __throw_bad_array_new_length() { abort(); }
 
 }  // namespace std
 

@@ -4,26 +4,27 @@
 // compiler's own runtime does it.
 #include "core/win_handle.h"
 
+// The attributes are written as GCC and clang 14 both know them.
 extern "C" {
 
 ULONG_PTR __stack_chk_guard = 0;
 
 /// A buffer was overrun: nothing of this process can be trusted any more.
-[[noreturn]] void __stack_chk_fail() {
+__attribute__((noreturn)) void __stack_chk_fail() {
   TerminateProcess(GetCurrentProcess(), static_cast<UINT>(STATUS_STACK_BUFFER_OVERRUN));
   for (;;) {
   }
 }
 
 /// A checked copy would overrun its buffer; called before it does.
-[[noreturn]] void __chk_fail() { __stack_chk_fail(); }
+__attribute__((noreturn)) void __chk_fail() { __stack_chk_fail(); }
 
 }  // extern "C"
 
 namespace {
 
 // Runs before every other initializer, and must not be guarded by what it sets up.
-[[gnu::constructor(101), gnu::no_stack_protector]] void chooseGuard() {
+__attribute__((constructor(101), no_stack_protector)) void chooseGuard() {
   FILETIME time = {};
   GetSystemTimeAsFileTime(&time);
   LARGE_INTEGER counter = {};

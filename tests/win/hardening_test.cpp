@@ -149,12 +149,23 @@ TEST_P(Hardening, windowsTakesTheImportsFromItsOwnFolder) {
   EXPECT_EQ(others, std::set<std::string>{});
 }
 
-/// How many functions of the code end in this way, which is the stack protector's:
+/// How many functions clang's stack protector guards: it mixes the guard with the stack
+/// pointer (xor reg, rsp) at their start and at their end; other code never does.
+int clangGuards(std::string_view code) {
+  const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(code[at]); };
+  int mixed = 0;
+  for (std::size_t i = 0; i + 2 < code.size(); ++i) {
+    mixed += (byte(i) & 0xFEU) == 0x48 && byte(i + 1) == 0x31 && (byte(i + 2) & 0xF8U) == 0xE0;
+  }
+  return mixed / 2;
+}
+
+/// How many functions of GCC's code end in this way, which is the stack protector's:
 ///     sub  reg, [reg]     the guard as the function has it against the guard itself
 ///     je   +5
 ///     call target         the end of the program
 /// All of them call the same target; other code has nothing like it.
-int guardedEnds(std::string_view code) {
+int gccGuards(std::string_view code) {
   const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(code[at]); };
   std::map<std::int64_t, int> byTarget;
   for (std::size_t i = 0; i + 11 < code.size(); ++i) {
@@ -178,7 +189,7 @@ TEST_P(Hardening, functionsWithBuffersAreGuarded) {
   int guarded = 0;
   for (const IMAGE_SECTION_HEADER& section : program().sections()) {
     if ((section.Characteristics & IMAGE_SCN_MEM_EXECUTE) == 0) continue;
-    guarded += guardedEnds(program().bytes(section));
+    guarded += gccGuards(program().bytes(section)) + clangGuards(program().bytes(section));
   }
   RecordProperty("guardedFunctions", guarded);
   EXPECT_GE(guarded, 25);
