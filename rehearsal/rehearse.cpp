@@ -21,7 +21,7 @@
 #include <vector>
 
 #include "rehearsal/package/package_check.h"
-#include "rehearsal/package/server_check_win.h"
+#include "rehearsal/package/server_check.h"
 #include "rehearsal/scenes/show.h"
 
 namespace {

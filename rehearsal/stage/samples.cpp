@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "rehearsal/stage/text.h"
+#include "rehearsal/stage/xml_text.h"
 
 namespace stage {
 
@@ -130,13 +131,16 @@ std::string loginUsersVdf(const std::vector<SteamAccount>& accounts, TextForm fo
   return inForm(text + "}\n", form);
 }
 
-std::string liveSplitSettings(const std::vector<std::string>& layoutPaths) {
+std::string liveSplitSettings(const std::vector<std::string>& layoutPaths,
+                              std::string_view splits) {
   std::string text =
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       "<Settings version=\"1.8.17\">\n"
       "  <RecentSplits>\n"
       "    <SplitsFile gameName=\"\" categoryName=\"\" lastTimingMethod=\"RealTime\" "
-      "lastHotkeyProfile=\"Default\">C:\\a.lss</SplitsFile>\n"
+      "lastHotkeyProfile=\"Default\">" +
+      xmlEscaped(splits) +
+      "</SplitsFile>\n"
       "  </RecentSplits>\n"
       "  <RecentLayouts>\n";
   for (const std::string& path : layoutPaths) {
@@ -151,12 +155,18 @@ std::string liveSplitSettings(const std::vector<std::string>& layoutPaths) {
   return inForm(text, {.crLf = true, .byteOrderMark = true});
 }
 
-std::string splitsFile() {
+std::string splitsFile(std::string_view personalBest) {
+  std::string times;
+  if (!personalBest.empty()) {
+    times = "<SplitTimes><SplitTime name=\"Personal Best\"><RealTime>" +
+            std::string(personalBest) + "</RealTime></SplitTime></SplitTimes>";
+  }
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
          "<Run version=\"1.7.0\">\n"
          "  <GameName>Escape the Backrooms</GameName>\n"
          "  <CategoryName>KOV weekly</CategoryName>\n"
-         "  <Segments><Segment><Name>Level 0</Name></Segment></Segments>\n"
+         "  <Segments><Segment><Name>Level 0</Name>" + times +
+         "</Segment></Segments>\n"
          "</Run>\n";
 }
 

@@ -74,10 +74,12 @@ struct SteamAccount {
 std::string loginUsersVdf(const std::vector<SteamAccount>& accounts, TextForm form = {});
 
 /// LiveSplit's settings.cfg (UTF-8 with byte-order mark, CR LF) with these recent layouts,
-/// oldest first.
-std::string liveSplitSettings(const std::vector<std::string>& layoutPaths);
+/// oldest first, and the splits file that it opens at its start.
+std::string liveSplitSettings(const std::vector<std::string>& layoutPaths,
+                              std::string_view splits = "C:\\a.lss");
 
-/// A small splits file (.lss) of the race.
-std::string splitsFile();
+/// A small splits file (.lss) of the race; `personalBest` ("00:12:34.5600000") is the time of
+/// an earlier run, "" when there was none.
+std::string splitsFile(std::string_view personalBest = {});
 
 }  // namespace stage

@@ -48,8 +48,10 @@ struct GameScript {
   unsigned firstLivesMs = 300;   ///< life of the first process then
 };
 
-/// LiveSplit.exe. Timeline: "livesplit start" (exact command line), "livesplit listening",
-/// "timer ..." as TimerServer writes, "livesplit exit". It ends when Stage::endLiveSplit()
+/// LiveSplit.exe. Timeline: "livesplit start" (exact command line), "livesplit splits" (the
+/// file that it opened: the last one of its settings.cfg, whatever the command line says; or
+/// "none"), "livesplit listening", "timer ..." as TimerServer writes, "livesplit exit". It ends
+/// when Stage::endLiveSplit()
 /// is called, and after `livesAtMostMs` in any case.
 struct LiveSplitScript {
   bool listens = true;           ///< false: the server was never started
@@ -61,7 +63,8 @@ struct LiveSplitScript {
   /// without an entry here is answered by the state below.
   std::map<std::string, std::vector<std::string>> replies = {};
   std::string phase = "NotRunning";
-  std::optional<double> finalTime = {};    ///< seconds; nothing: no time
+  /// Seconds; nothing: the personal best of the splits, and in the phase Ended no time.
+  std::optional<double> finalTime = {};
   std::optional<double> lastSplit = {};
   std::optional<double> currentTime = 0.0;
   unsigned livesAtMostMs = 300000;

@@ -236,7 +236,7 @@ void Stage::writeModFiles(const fs::path& folder) {
 void Stage::installLiveSplit(LiveSplitScript script) {
   copyStandIn("LiveSplit.exe", liveSplitExe());
   writeFile(liveSplitFolder() / "settings.cfg",
-            liveSplitSettings({"C:\\older.lsl", "C:\\loaded-at-start.lsl"}));
+            liveSplitSettings({"C:\\older.lsl", "C:\\loaded-at-start.lsl"}, textOf(splits())));
   writeFile(liveSplitFolder() / "halvorn.lsl", "<Layout version=\"1.6.1\"></Layout>\n");
   writeFile(splits(), splitsFile());
   setLiveSplit(std::move(script));

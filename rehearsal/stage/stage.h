@@ -164,8 +164,8 @@ class Stage {
 
   // LiveSplit, card, browser -------------------------------------------------------------
 
-  /// LiveSplit.exe with a script, settings.cfg that names another layout, halvorn.lsl and
-  /// race.lss. It does not run yet.
+  /// LiveSplit.exe with a script, settings.cfg that names another layout and opens race.lss,
+  /// halvorn.lsl and race.lss. It does not run yet.
   void installLiveSplit(LiveSplitScript script = {});
   void setLiveSplit(LiveSplitScript script);
   /// Starts it by hand, as a player does, and waits until its server listens (when its

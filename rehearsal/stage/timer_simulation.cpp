@@ -47,8 +47,14 @@ Ticks steadyClock() {
       .count();
 }
 
-/// Seconds of "30.25", "1:02.5" or "1:02:03"; nothing for anything else.
-std::optional<Ticks> timeArgument(std::string_view text) {
+}  // namespace
+
+std::string formatTimerTime(std::optional<Ticks> time, TimerGeneration generation) {
+  if (generation == TimerGeneration::component) return time ? componentForm(*time) : "0.00";
+  return time ? currentForm(*time) : "-";
+}
+
+std::optional<Ticks> parseTimerTime(std::string_view text) {
   double seconds = 0;
   for (;;) {
     const std::size_t colon = text.find(':');
@@ -60,13 +66,6 @@ std::optional<Ticks> timeArgument(std::string_view text) {
     if (colon == std::string_view::npos) return ticksOf(seconds);
     text.remove_prefix(colon + 1);
   }
-}
-
-}  // namespace
-
-std::string formatTimerTime(std::optional<Ticks> time, TimerGeneration generation) {
-  if (generation == TimerGeneration::component) return time ? componentForm(*time) : "0.00";
-  return time ? currentForm(*time) : "-";
 }
 
 TimerSimulation::TimerSimulation() : TimerSimulation(Setup()) {}
@@ -122,7 +121,7 @@ void TimerSimulation::control(std::string_view command) {
   } else if (command == "reset") {
     reset();
   } else if (command.starts_with(kSetGameTime)) {
-    gameTime_ = timeArgument(command.substr(kSetGameTime.size()));
+    gameTime_ = parseTimerTime(command.substr(kSetGameTime.size()));
   }
 }
 

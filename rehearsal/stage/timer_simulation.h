@@ -27,6 +27,9 @@ constexpr Ticks ticksOf(double seconds) {
 /// go beyond 24, minus is U+2212) or "0.00".
 std::string formatTimerTime(std::optional<Ticks> time, TimerGeneration generation);
 
+/// The time of "30.25", "1:02.5" or "1:02:03"; nothing for anything else.
+std::optional<Ticks> parseTimerTime(std::string_view text);
+
 /// A small simulation of the real timer behind its command server. It knows the read
 /// commands getcurrenttimerphase, getfinaltime, getlastsplittime and getcurrenttime and the
 /// commands starttimer, split, skipsplit, pause, resume, reset and setgametime, which have no

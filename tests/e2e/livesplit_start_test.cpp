@@ -56,11 +56,6 @@ bool isStillOld(const fs::path& file) {
          CompareFileTime(&data.ftLastWriteTime, &time) == 0;
 }
 
-/// LiveSplit's settings.cfg with these recent layouts.
-std::string settingsWith(const std::vector<std::string>& layouts) {
-  return stage::liveSplitSettings(layouts);
-}
-
 /// The launcher with LiveSplit's files; whether LiveSplit itself is started is up to the
 /// settings. Its server is played in here where a test does not say otherwise.
 class LiveSplitStart : public e2e::FullRunTest {
@@ -73,6 +68,10 @@ class LiveSplitStart : public e2e::FullRunTest {
   void withSplits() { set("livesplit_lss", textOf(machine.splits())); }
 
   [[nodiscard]] fs::path config() const { return machine.liveSplitFolder() / "settings.cfg"; }
+  /// settings.cfg as installed, with these recent layouts.
+  [[nodiscard]] std::string settingsWith(const std::vector<std::string>& layouts) const {
+    return stage::liveSplitSettings(layouts, textOf(machine.splits()));
+  }
   [[nodiscard]] std::string raceLayout() const {
     return textOf(machine.liveSplitFolder() / "halvorn.lsl");
   }

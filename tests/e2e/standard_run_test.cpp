@@ -128,7 +128,7 @@ TEST_F(StandardRun, itsFilesAreExactlyThese) {
   EXPECT_FALSE(stage::pathExists(machine_.receipt()));
   const std::string layout = textOf(machine_.liveSplitFolder()) + "\\halvorn.lsl";
   EXPECT_EQ(stage::readFile(machine_.liveSplitFolder() / "settings.cfg"),
-            stage::liveSplitSettings({layout, layout}));
+            stage::liveSplitSettings({layout, layout}, textOf(machine_.splits())));
   EXPECT_EQ(stage::listFolder(machine_.local()), Lines{});
 }
 

@@ -97,7 +97,8 @@ class TimelineTest : public testing::Test {
 TEST_F(TimelineTest, theHappyRunFromTheOutside) {
   ASSERT_EQ(play(), 0U);
   const std::string receipt = run_.text();
-  std::string config = stage::liveSplitSettings({"@\\ls\\halvorn.lsl", "@\\ls\\halvorn.lsl"});
+  std::string config = stage::liveSplitSettings({"@\\ls\\halvorn.lsl", "@\\ls\\halvorn.lsl"},
+                                                "@\\ls\\race.lss");
   config.resize(config.size() - 2);  // its last line end
   const std::string accepted =
       R"({"accepted":true,"rank":1,"points":100,"token":"kq7-4821"})";
@@ -232,7 +233,8 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
   ASSERT_TRUE(machine_.timeline().waitFor("browser", "open"));
   EXPECT_EQ(eventsOf("browser"), Lines{"browser open " + page});
   EXPECT_EQ(eventsOf("livesplit"),
-            (Lines{"livesplit start " + timer, "livesplit listening 16834"}));
+            (Lines{"livesplit start " + timer, R"(livesplit splits @\ls\race.lss)",
+                   "livesplit listening 16834"}));
   // Steam starts the game in its own time.
   EXPECT_THAT(eventsOf("steam"),
               testing::UnorderedElementsAre("steam start " + steam, "steam exit 0",

@@ -112,6 +112,22 @@ TEST_F(TimerClient, personalBestOfARunningTimerIsReadAsItsTime) {
                      "livesplit time used: 5025.68 (receipt said 754.560)"));
 }
 
+// LiveSplit opens the splits of its own settings, not those of launcher.ini: with a best in
+// them, a timer that was not ended submits that best.
+TEST_F(TimerClient, bestOfTheSplitsThatLiveSplitOpenedIsReadAsTheRunsTime) {
+  machine.installLiveSplit({.phase = "Running", .currentTime = 760.0});
+  const std::filesystem::path other = machine.liveSplitFolder() / "other.lss";
+  stage::writeFile(other, stage::splitsFile("01:23:45.6780000"));
+  stage::writeFile(machine.liveSplitFolder() / "settings.cfg",
+                   stage::liveSplitSettings({}, stage::textOf(other)));
+  machine.startLiveSplit();
+  EXPECT_EQ(upload().logLines(),
+            timedLog("livesplit probe ok: 5025.68", "livesplit phase: Running",
+                     {"cross-check: livesplit=5025.68 lastSplit=754.56 diff=4271.12"},
+                     "livesplit time used: 5025.68 (receipt said 754.560)"));
+  machine.endLiveSplit();
+}
+
 TEST_F(TimerClient, timerThatLosesEarlyCommandsIsWaitedFor) {
   stage::TimerServer::Options options;
   options.manner = stage::TimerManner::dropsFirst20Ms;

@@ -11,7 +11,7 @@
 
 #include "rehearsal/package/package_check.h"
 #include "rehearsal/package/package_play.h"
-#include "rehearsal/package/server_check_win.h"
+#include "rehearsal/package/server_check.h"
 #include "rehearsal/package/settings_check.h"
 #include "rehearsal/package/sha256_win.h"
 #include "rehearsal/package/zip_file.h"

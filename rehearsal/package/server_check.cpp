@@ -1,4 +1,4 @@
-#include "rehearsal/package/server_check_win.h"
+#include "rehearsal/package/server_check.h"
 
 #include <windows.h>
 
