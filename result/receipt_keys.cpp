@@ -113,10 +113,9 @@ class KeyFinder {
     const std::size_t name = close + 3;
     const bool isMark = text_.substr(name).starts_with(kEndingMark);
     if (isMark) keys_.hasEndingMark = true;
-    if (walkEnded_ || close - 4 < walk_) return;
+    if (close - 4 < walk_) return;
     const Name read = readName(name);
-    walkEnded_ = read.end == text_.size();
-    if (walkEnded_) return;
+    if (read.end == text_.size()) return;  // no quote follows, so no key either
     walk_ = read.end;
     if (!isMark && !(read.hasTelltale && isEndingMap(text_.substr(name, read.end - name)))) {
       return;
@@ -155,7 +154,6 @@ class KeyFinder {
   std::string_view text_;
   ReceiptKeys keys_;
   std::size_t walk_ = 0;
-  bool walkEnded_ = false;
 };
 
 }  // namespace
