@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <set>
@@ -11,33 +10,12 @@
 
 #include "card/card_paint.h"
 #include "card/numerals.h"
+#include "tests/unit/card_picture.h"
 
 namespace launcher::card {
 namespace {
 
 constexpr Color kWhite{255, 255, 255};
-
-// A black picture; the vector ends exactly where the picture does, so that
-// writing outside is noticed.
-struct Picture {
-  Picture(int w, int h)
-      : width(w),
-        height(h),
-        pixels(static_cast<std::size_t>(w) * static_cast<std::size_t>(h)),
-        canvas(pixels.data(), w, h) {}
-  [[nodiscard]] std::uint32_t at(int x, int y) const {
-    return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                  static_cast<std::size_t>(x)];
-  }
-  [[nodiscard]] std::size_t painted() const {
-    return pixels.size() -
-           static_cast<std::size_t>(std::count(pixels.begin(), pixels.end(), 0U));
-  }
-  int width;
-  int height;
-  std::vector<std::uint32_t> pixels;
-  Canvas canvas;
-};
 
 TEST(CardCanvas, fillCoversExactlyItsBox) {
   Picture picture(10, 8);
@@ -79,6 +57,24 @@ TEST(CardCanvas, arcCoversItsSweepAlone) {
   EXPECT_EQ(picture.at(9, 30), 0U);
   EXPECT_EQ(picture.at(9, 9), 0U);
   EXPECT_EQ(picture.at(30, 9), 0U);
+}
+
+TEST(CardCanvas, anglesAFullTurnApartAreTheSame) {
+  const auto painted = [](float angle) {
+    Picture picture(40, 40);
+    const std::array quarter = {arc({20, 20}, 15, angle, 90)};
+    picture.canvas.draw(quarter, 4, kWhite);
+    return picture.pixels;
+  };
+  EXPECT_EQ(painted(90), painted(-270));
+  EXPECT_EQ(painted(90), painted(450));
+  EXPECT_NE(painted(90), painted(180));
+}
+
+TEST(CardCanvas, noStrokesPaintNothing) {
+  Picture picture(10, 10);
+  picture.canvas.draw({}, 4, kWhite);
+  EXPECT_EQ(picture.painted(), 0U);
 }
 
 TEST(CardCanvas, opacityMixes) {

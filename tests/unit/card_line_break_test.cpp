@@ -57,6 +57,38 @@ TEST(CardLineBreak, pairsStayWhole) {
   EXPECT_EQ(broken(u"😀a", 10), (Lines{u"😀", u"a"}));
 }
 
+TEST(CardLineBreak, pairIsNotSplitWhereItsHalfWouldFit) {
+  EXPECT_EQ(broken(u"😀😀", 70), (Lines{u"😀", u"😀"}));
+  EXPECT_EQ(broken(u"a😀，，", 50), (Lines{u"a", u"😀", u"，，"}));
+}
+
+TEST(CardLineBreak, halfAPairIsACharacterOfItsOwn) {
+  const std::u16string lead(1, u'\xD83D');
+  EXPECT_EQ(broken(lead + u"a", 0), (Lines{lead, u"a"}));
+  EXPECT_EQ(broken(lead + lead, 0), (Lines{lead, lead}));
+  EXPECT_EQ(broken(lead + u"\xE000", 0), (Lines{lead, u"\xE000"}));
+  EXPECT_EQ(broken(u"ab" + lead, 30), (Lines{u"ab", lead}));
+  EXPECT_EQ(broken(u"ab" + lead + u"，cd", 40), (Lines{u"ab", lead + u"，", u"cd"}));
+}
+
+// Two of each beside a Latin letter: those that break anywhere go as far as they fit.
+TEST(CardLineBreak, whatBreaksAnywhereIsKnownByItsRange) {
+  const auto breaks = [](char16_t unit) {
+    const std::u16string one(1, unit);
+    return broken(u"x yy" + one + one, 70) == Lines{u"x yy" + one, one};
+  };
+  for (const char16_t unit : {u'\x2E80', u'\x4E00', u'\xD7FF', u'\xDFFF', u'\xF900', u'\xFAFF',
+                              u'\xFF00', u'\xFFEF'}) {
+    EXPECT_TRUE(breaks(unit)) << std::hex << static_cast<int>(unit);
+  }
+  for (const char16_t unit : {u'\x0250', u'\x2E7F', u'\xE000', u'\xF8FF', u'\xFB00', u'\xFEFF',
+                              u'\xFFF0'}) {
+    EXPECT_FALSE(breaks(unit)) << std::hex << static_cast<int>(unit);
+  }
+}
+
+TEST(CardLineBreak, noLinesHoldNothing) { EXPECT_EQ(broken(u"a line", 60, 0), Lines{}); }
+
 TEST(CardLineBreak, linesNarrowerThanALetterStillEnd) {
   EXPECT_EQ(broken(u"abc", 0, 3), (Lines{u"a", u"b", u"…"}));
   EXPECT_EQ(fitLine(u"abc", -5, PlainMeasure()), u"…");

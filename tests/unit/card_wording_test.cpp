@@ -93,6 +93,26 @@ TEST(CardWording, oddNumbersAreShownAsTheyAre) {
   EXPECT_EQ(content.windowTitle, u"KOV 周赛 – 成绩已上传");
 }
 
+TEST(CardWording, ranksFromOneOnAreNumbersAndThreeArePlaces) {
+  const auto rankOf = [](std::u16string rank) {
+    ResultArguments arguments = accepted();
+    arguments.rank = std::move(rank);
+    return describeResult(arguments).stats[0];
+  };
+  EXPECT_EQ(rankOf(u"1").value, u"#1");
+  EXPECT_EQ(rankOf(u"1").place, 1);
+  EXPECT_EQ(rankOf(u"3").place, 3);
+  EXPECT_EQ(rankOf(u"4").place, 0);
+  EXPECT_EQ(rankOf(u"-1").place, 0);
+  EXPECT_EQ(rankOf(u"").value, u"—");
+  EXPECT_EQ(rankOf(u"109").value, u"#109");
+  EXPECT_EQ(rankOf(u"100000000").value, u"#100000000");
+  EXPECT_EQ(rankOf(u"1000000009").value, u"1000000009");  // the card counts no further
+  for (const char16_t* none : {u"1-2", u"1/2", u"1:2", u"--1"}) {
+    EXPECT_EQ(rankOf(none).value, none);
+  }
+}
+
 TEST(CardWording, acceptedRunWithoutTimeSaysSo) {
   ResultArguments arguments = accepted();
   arguments.total = u"0";
@@ -113,6 +133,13 @@ TEST(CardWording, networkErrorTellsWhatHappenedAndWhatComes) {
   EXPECT_EQ(content.time, u"");
   EXPECT_TRUE(content.tags.empty());
   EXPECT_TRUE(content.stats.empty());
+}
+
+TEST(CardWording, failureWithoutAMessageIsTheNetwork) {
+  const CardContent content = describeResult(undelivered(u""));
+  EXPECT_EQ(noteTexts(content)[0], u"没有连上比赛服务器，多半是网络问题。");
+  EXPECT_EQ(noteTexts(content)[2], u"先检查网络；下次打开启动器会自动补传。");
+  EXPECT_EQ(content.detail, u"");
 }
 
 TEST(CardWording, everyRefusalOfTheLauncherIsExplained) {
@@ -197,12 +224,15 @@ TEST(CardWording, endlessMessageIsClipped) {
 
 TEST(CardClipText, controlsBecomeBlanks) {
   EXPECT_EQ(clipText(u"a\r\n\tb\u0085c\u2028", 20), u"a   b c ");
+  EXPECT_EQ(clipText(u"\x1F|\x20|\x7E|\x7F|\x9F|\xA0|\u2027|\u2028|\u2029|\u202A", 40),
+            u" | |~| | |\xA0|\u2027| | |\u202A");
 }
 
 TEST(CardClipText, pairsStayWhole) {
   EXPECT_EQ(clipText(u"ab😀cd", 6), u"ab😀cd");
   EXPECT_EQ(clipText(u"ab😀cd", 5), u"ab😀…");
   EXPECT_EQ(clipText(u"ab😀cd", 4), u"ab…");
+  EXPECT_EQ(clipText(u"ab", 1), u"…");
 }
 
 TEST(CardWording, progressTellsItsStates) {

@@ -32,6 +32,7 @@ TEST(ResultText, kindWords) {
   EXPECT_STREQ(kindWord(ResultKind::ok), "ok");
   EXPECT_STREQ(kindWord(ResultKind::fail), "fail");
   EXPECT_STREQ(kindWord(ResultKind::none), "none");
+  EXPECT_STREQ(kindWord(static_cast<ResultKind>(99)), "none");
 }
 
 TEST(ResultText, finishedRunHoldsTheStatusWithoutBlanks) {
@@ -105,6 +106,16 @@ TEST(ResultText, hugeTotalStaysWithinTheTimeBuffer) {
   EXPECT_EQ(whole.substr(whole.size() - end.size()), end);
   // "用时：" is part of the 63 bytes.
   EXPECT_EQ(whole.size(), okMessage("").size() + 63);
+}
+
+TEST(ResultText, totalOfMoreMinutesThanAnIntHoldsIsTheLowestInt) {
+  const std::string lowest = "用时：-2147483648:";
+  const std::string front = okMessage("").substr(0, okMessage("").find("现"));
+  for (const char* total : {"128849018881", "-128849019001", "1e30", "-1e30"}) {
+    EXPECT_EQ(shownTotal(total).substr(0, front.size() + lowest.size()), front + lowest) << total;
+  }
+  EXPECT_EQ(shownTotal("128849018820"), okMessage("用时：2147483647:00.00\n\n"));
+  EXPECT_EQ(shownTotal("-128849018880"), okMessage("用时：-2147483648:00.00\n\n"));
 }
 
 TEST(ResultText, messageOfARunWithoutFinish) {

@@ -89,6 +89,15 @@ TEST(RunCheck, eachEndingMapMakesAnEndingSplit) {
   }
 }
 
+TEST(RunCheck, endingMapIsKnownInTheLastBytesOfTheTextToo) {
+  for (const char* map : {"3999", "Tunnel", "Final Escape", "Neon", "ENDING:"}) {
+    expectEnding("{\"map\":\""s + map + "\"}", map, -1.0);
+    expectEnding("\"map\":\""s + map + "\"", map, -1.0);
+  }
+}
+
+TEST(RunCheck, textBeginningWithTheEndOfAKeyHasNone) { expectNoEnding("\":\"Neon\",\"t\":5}"); }
+
 TEST(RunCheck, otherMapsMakeNone) {
   for (const char* map : {"", "Level 0", "399", "39 99", "tunnel", "TUNNEL", "FinalEscape",
                           "Final escape", "neon", "ENDING", "Ending:", "Arcade"}) {
