@@ -22,6 +22,12 @@ elseif(KOV_SANITIZE)
   target_compile_options(kov_flags INTERFACE
     -O1 -g -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)
   target_link_options(kov_flags INTERFACE -fsanitize=address,undefined)
+elseif(KOV_COVERAGE)
+  # Clang counts by the source's own conditions: what the compiler adds for exceptions and
+  # destructors is no branch there. The tests count as well: of a function in a header the
+  # linker keeps one body, which may be theirs.
+  target_compile_options(kov_flags INTERFACE -fprofile-instr-generate -fcoverage-mapping)
+  target_link_options(kov_flags INTERFACE -fprofile-instr-generate)
 endif()
 
 # How a program that ships is linked: one file, nothing but Windows' own DLLs,
