@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #if defined(__SSE2__) || defined(_M_X64)
 #include <emmintrin.h>
@@ -12,13 +13,28 @@
 namespace launcher {
 namespace {
 
-constexpr std::string_view kEndingMark = "ENDING:";
-constexpr std::string_view kEndingMaps[] = {"3999", "Tunnel", "Final Escape", "Neon",
-                                            kEndingMark};
+struct Letters {
+  char letter[std::size(kEndingMaps)] = {};
+  std::size_t count = 0;
+};
 
-/// Every word of kEndingMaps has one of these letters, and few names of other maps have.
-constexpr bool isTelltale(char letter) {
-  return letter == '3' || letter == 'T' || letter == 'F' || letter == 'N';
+/// Letters of which every word of kEndingMaps has one: a word without any of those before
+/// it adds its first. A letter that most other maps have ("L" of "Level") would be right, too,
+/// but slow.
+constexpr Letters kTelltales = [] {
+  Letters telltales;
+  for (const std::string_view word : kEndingMaps) {
+    const std::string_view known(telltales.letter, telltales.count);
+    if (word.find_first_of(known) == npos) telltales.letter[telltales.count++] = word.front();
+  }
+  return telltales;
+}();
+
+using EachTelltale = std::make_index_sequence<kTelltales.count>;
+
+template <std::size_t... i>
+constexpr bool isTelltale(char letter, std::index_sequence<i...> /*each*/) {
+  return (... || (letter == kTelltales.letter[i]));
 }
 
 /// Looks at every place where a quote and a colon follow each other: all keys end so.
@@ -59,6 +75,11 @@ class KeyFinder {
   /// A bit for each byte that is this one, the first byte's lowest.
   static unsigned maskOf(__m128i bytes, char byte) {
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(byte))));
+  }
+
+  template <std::size_t... i>
+  static unsigned telltaleMask(__m128i bytes, std::index_sequence<i...> /*each*/) {
+    return (... | maskOf(bytes, kTelltales.letter[i]));
   }
 #endif
 
@@ -126,7 +147,7 @@ class KeyFinder {
 
   struct Name {
     std::size_t end = 0;       ///< its closing quote; the text's size without one
-    bool hasTelltale = false;  ///< a letter that is in every word of kEndingMaps
+    bool hasTelltale = false;  ///< one of kTelltales: it may be an ending map
   };
 
   [[nodiscard]] Name readName(std::size_t at) const {
@@ -135,8 +156,7 @@ class KeyFinder {
     for (; at + 16 <= text_.size(); at += 16) {
       const __m128i bytes = load(at);
       const unsigned quotes = maskOf(bytes, '"');
-      const unsigned telltales = maskOf(bytes, '3') | maskOf(bytes, 'T') | maskOf(bytes, 'F') |
-                                 maskOf(bytes, 'N');
+      const unsigned telltales = telltaleMask(bytes, EachTelltale());
       const unsigned before = quotes == 0 ? ~0U : (quotes & (0U - quotes)) - 1;
       name.hasTelltale = name.hasTelltale || (telltales & before) != 0;
       if (quotes == 0) continue;
@@ -145,7 +165,7 @@ class KeyFinder {
     }
 #endif
     for (; at < text_.size() && text_[at] != '"'; ++at) {
-      name.hasTelltale = name.hasTelltale || isTelltale(text_[at]);
+      name.hasTelltale = name.hasTelltale || isTelltale(text_[at], EachTelltale());
     }
     name.end = at;
     return name;

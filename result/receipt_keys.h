@@ -6,6 +6,13 @@
 
 namespace launcher {
 
+/// How the name of a split begins that only marks the end of a run.
+inline constexpr std::string_view kEndingMark = "ENDING:";
+
+/// The parts of a map's name by which a split that reached an ending is known.
+inline constexpr std::string_view kEndingMaps[] = {"3999", "Tunnel", "Final Escape", "Neon",
+                                                   kEndingMark};
+
 /// Where the keys that a judgement asks for stand in a receipt's text, all found in one
 /// pass. Positions are those that findText() gives for the key's pattern; npos is absent.
 struct ReceiptKeys {
@@ -30,8 +37,7 @@ struct ReceiptKeys {
 /// keys, of nothing but quotes, or one string without an end.
 [[nodiscard]] ReceiptKeys findReceiptKeys(std::string_view text);
 
-/// True when a split of this map name reached an ending: the name contains "3999",
-/// "Tunnel", "Final Escape", "Neon" or "ENDING:".
+/// True when a split of this map name reached an ending: it contains one of kEndingMaps.
 [[nodiscard]] bool isEndingMap(std::string_view map);
 
 }  // namespace launcher

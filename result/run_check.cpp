@@ -13,7 +13,6 @@ constexpr Rejection kNoEndingScreen = {
     "run not finished: receipt has no ENDING marker (crashed before ending?)",
     "run not finished (no ending screen)"};
 
-constexpr std::string_view kEndingMark = "ENDING:";
 constexpr std::string_view kStatus = "\"status\":";
 constexpr std::string_view kEnding = "\"ending\":";
 constexpr std::string_view kTotal = "\"total\":";

@@ -98,6 +98,15 @@ TEST(RunCheck, endingMapIsKnownInTheLastBytesOfTheTextToo) {
 
 TEST(RunCheck, textBeginningWithTheEndOfAKeyHasNone) { expectNoEnding("\":\"Neon\",\"t\":5}"); }
 
+TEST(RunCheck, everyEndingMapIsFoundAnywhereInAName) {
+  for (const std::string_view word : kEndingMaps) {
+    for (std::size_t before = 0; before < 40; ++before) {
+      const std::string map = std::string(before, '.') + std::string(word) + "...";
+      expectEnding("{\"map\":\"" + map + "\",\"t\":5}" + std::string(40, ' '), map, 5.0);
+    }
+  }
+}
+
 TEST(RunCheck, otherMapsMakeNone) {
   for (const char* map : {"", "Level 0", "399", "39 99", "tunnel", "TUNNEL", "FinalEscape",
                           "Final escape", "neon", "ENDING", "Ending:", "Arcade"}) {
