@@ -10,6 +10,7 @@ namespace launcher {
 /// and names means the ANSI code page. What a search puts into `game` or `steam` is UTF-8
 /// and goes to the same narrow calls. The field names are the file's keys.
 struct Settings {
+  std::string file;           ///< path of the launcher.ini that was read; no key of its own
   std::string game;           ///< full path of the game's executable; UTF-8 once it was searched for
   std::string receipt;        ///< path of the receipt that the race mod writes (required)
   std::string data;           ///< the data folder (required)

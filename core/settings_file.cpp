@@ -3,20 +3,11 @@
 #include "core/file_io.h"
 
 namespace launcher {
-namespace {
-
-std::string& rememberedPath() {
-  static std::string path;
-  return path;
-}
-
-}  // namespace
 
 Settings loadSettings(const std::string& path) {
-  rememberedPath() = path;
-  return parseSettings(readWholeFile(path));
+  Settings settings = parseSettings(readWholeFile(path));
+  settings.file = path;
+  return settings;
 }
-
-const std::string& settingsFilePath() { return rememberedPath(); }
 
 }  // namespace launcher

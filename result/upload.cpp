@@ -7,7 +7,6 @@
 #include "core/paths.h"
 #include "core/platform.h"
 #include "core/player.h"
-#include "core/settings_file.h"
 #include "core/text.h"
 #include "livesplit/client.h"
 #include "result/run_check.h"
@@ -133,7 +132,7 @@ void takeToken(const Settings& settings, UploadOutcome& outcome) {
   logLine("profile token saved");
   const std::string flag = inDataFolder(settings.data, kProfileFlagFile);
   if (opensForReading(flag)) return;
-  const std::string site = siteBaseFrom(readWholeFile(settingsFilePath()), kBuiltInSite);
+  const std::string site = siteBaseFrom(readWholeFile(settings.file), kBuiltInSite);
   openInBrowser(profileAddress(site, *token));
   writeWholeFile(flag, "1");
   logLine("opened profile page (first time)");
