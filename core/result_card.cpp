@@ -18,6 +18,7 @@ void openProfileOnce(const Settings& settings, const std::string& token) {
   if (token.empty()) return;
   const std::string flag = inDataFolder(settings.data, kProfileFlagFile);
   if (opensForReading(flag)) return;
+  // The built-in site, whatever the "site" line says: only a code that has just come uses that.
   openInBrowser(profileAddress(kBuiltInSite, token));
   writeWholeFile(flag, "1");
   logLine("opened profile page (fallback path)");
@@ -54,6 +55,7 @@ void showResult(const Settings& settings, ResultKind kind, const UploadOutcome& 
 }
 
 void openProfilePage(const std::string& token) {
+  // The built-in site here too.
   openInBrowser(token.empty() ? std::string(kBuiltInSite) + "/profile"
                               : profileAddress(kBuiltInSite, token));
 }

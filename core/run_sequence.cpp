@@ -31,6 +31,7 @@ void findSteam(Settings& settings) {
   if (pathExists(settings.steam)) return;
   const std::string root = readSteamRoot();
   if (root.empty()) return;
+  // Not tested for existence, and logged all the same: launchAndWait() looks before it starts.
   settings.steam = root + "\\steam.exe";
   logLine("steam detected: %s", settings.steam.c_str());
 }
@@ -174,6 +175,7 @@ int runRace(Launch& launch) {
 
   const bool accepted = uploadWithProgress(settings, launch);
   const std::string runText = readRunText(settings);
+  // Two marks on purpose: a run is judged by its ending's marker, but queued by its status.
   const ResultKind kind = resultKind(accepted, isFinishedRun(runText));
   queueUndelivered(settings, kind);
   logLine("stage: upload done (ok=%d)", accepted ? 1 : 0);

@@ -30,6 +30,8 @@ struct CheckedRun {
   std::string difficulty;
 };
 
+/// The first of three times that LiveSplit is asked for its time; crossCheck() and
+/// chooseTime() each ask again, because it may still run.
 void logProbe() {
   double seconds = 0.0;
   if (livesplitReadTime(seconds)) {
@@ -129,7 +131,7 @@ void takeToken(const Settings& settings, UploadOutcome& outcome) {
   if (!token) return;
   outcome.profileToken = *token;
   writeWholeFile(inDataFolder(settings.data, kTokenFile), *token);
-  logLine("profile token saved");
+  logLine("profile token saved");  // whether or not the file was written
   const std::string flag = inDataFolder(settings.data, kProfileFlagFile);
   if (opensForReading(flag)) return;
   const std::string site = siteBaseFrom(readWholeFile(settings.file), kBuiltInSite);
@@ -143,6 +145,7 @@ bool submitRun(const Settings& settings, const CheckedRun& run, UploadOutcome& o
       playerName(settings), detectSteamAccount().steamId, run.difficulty, run.receipt);
   std::string reply;
   if (!httpPostJson(stripTrailingSlashes(settings.server) + "/submit", payload, reply)) {
+    // Said before, and elsewhere: savePending() does it later, for a finished run alone.
     logLine("upload failed (server unreachable), saved to pending queue");
     return false;
   }

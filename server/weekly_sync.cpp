@@ -23,7 +23,7 @@ void syncSeed(const Settings& settings) {
   const std::string seed = scanSeed(readWholeFile(inDataFolder(settings.data, kWeekFile.name)));
   if (seed.empty()) return;
   writeWholeFile(inDataFolder(settings.data, kSeedFile), seed);
-  logLine("weekly seed = %s", seed.c_str());
+  logLine("weekly seed = %s", seed.c_str());  // whether or not the file was written
 }
 
 }  // namespace
