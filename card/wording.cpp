@@ -149,10 +149,11 @@ void describeFail(const ResultArguments& arguments, CardContent& content) {
   }
 }
 
+// Of this run alone: an older one may still wait in the queue.
 void describeNone(CardContent& content) {
   content.heading = u"这次不计成绩";
   content.notes = {{Note::Sign::what, u"没有跑到结局，这次不会计入排行榜。"},
-                   {Note::Sign::safe, u"没有需要补传的成绩，可以放心关掉启动器。"},
+                   {Note::Sign::safe, u"这次没有成绩要补传，可以放心关掉启动器。"},
                    {Note::Sign::next, u"跑到任意结局再退出游戏，成绩就会自动上传。"}};
 }
 
