@@ -6,6 +6,7 @@
 #include "core/paths.h"
 #include "core/settings.h"
 #include "core/text.h"
+#include "rehearsal/package/address_check.h"
 #include "rehearsal/stage/text.h"
 
 namespace rehearsal {
@@ -49,10 +50,6 @@ std::string at(const Line& line) { return " (line " + std::to_string(line.number
 std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
 bool isKnown(std::string_view key) { return launcher::findSettingKey(key) != nullptr; }
-
-bool isAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c < 0x7F; });
-}
 
 /// The finding when there is no complaint, else one finding for each.
 Findings orPassed(Findings complaints, std::string what) {
@@ -191,7 +188,7 @@ Findings checkPathValues(const std::vector<Line>& lines) {
       found.push_back(failed("the path of " + inQuotes(line.key) + " has quotes" + at(line),
                              "remove them; they would be part of the path"));
     }
-    if (!isAscii(line.value)) {
+    if (!stage::isPlainAscii(line.value)) {
       found.push_back(failed("the path of " + inQuotes(line.key) +
                                  " has characters outside of ASCII" + at(line),
                              "each player's Windows reads them in its own code page; use %APPDIR%"
@@ -236,31 +233,6 @@ Findings checkWords(const std::vector<Line>& lines) {
     }
   }
   return orPassed(std::move(found), "dryrun, timer, difficulty and appid have proper values");
-}
-
-/// The host of an address, "" when it is none.
-std::string hostOf(std::string_view address) {
-  for (const std::string_view scheme : {"http://", "https://"}) {
-    if (!address.starts_with(scheme)) continue;
-    const std::string_view rest = address.substr(scheme.size());
-    return std::string(rest.substr(0, rest.find_first_of(":/?#")));
-  }
-  return {};
-}
-
-Finding checkAddress(const std::string& key, const std::string& value) {
-  const std::string host = hostOf(value);
-  const std::string is = key + " is " + inQuotes(value);
-  if (value.empty()) return failed("launcher.ini names no " + key, "add the line " + key + "=...");
-  if (host.empty()) return failed(is, "begin it with https:// or http://");
-  if (!isAscii(value) || value.find(' ') != std::string::npos) {
-    return failed(is, "write it without blanks, in ASCII");
-  }
-  if (host.ends_with(".example")) {
-    return failed(is, "that is the sample's; write your race's own address");
-  }
-  if (key == "site" && value.ends_with('/')) return failed(is, "remove the slash at its end");
-  return passed(key + " is an address");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <climits>
 
 namespace stage {
@@ -51,6 +52,10 @@ unsigned ansiCodePage() { return GetACP(); }
 bool isUtf8(std::string_view bytes) {
   return bytes.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(),
                                               lengthOf(bytes.size()), nullptr, 0) > 0;
+}
+
+bool isPlainAscii(std::string_view bytes) {
+  return std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= ' ' && c < 0x7F; });
 }
 
 std::string replaceAll(std::string text, std::string_view from, std::string_view to) {

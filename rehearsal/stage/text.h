@@ -29,6 +29,9 @@ unsigned ansiCodePage();
 /// True when the bytes are well-formed UTF-8.
 bool isUtf8(std::string_view bytes);
 
+/// True when the bytes are printable ASCII, blanks included.
+bool isPlainAscii(std::string_view bytes);
+
 /// The text with every occurrence of `from` replaced by `to`.
 std::string replaceAll(std::string text, std::string_view from, std::string_view to);
 
