@@ -12,6 +12,7 @@ const char* label(Finding::State state) {
   switch (state) {
     case Finding::State::ok: return "OK      ";
     case Finding::State::failed: return "FAILED  ";
+    case Finding::State::warned: return "WARNING ";
     case Finding::State::unseen: break;
   }
   return "?       ";
@@ -28,6 +29,10 @@ Finding passed(std::string what) { return {Finding::State::ok, std::move(what)};
 
 Finding failed(std::string what, std::string todo) {
   return {Finding::State::failed, std::move(what), std::move(todo)};
+}
+
+Finding warned(std::string what, std::string todo) {
+  return {Finding::State::warned, std::move(what), std::move(todo)};
 }
 
 Finding unseen(std::string what, std::string todo) {
@@ -56,6 +61,8 @@ std::string summary(const Findings& findings) {
   std::string text = std::to_string(findings.size()) + " checks: " +
                      std::to_string(countOf(findings, Finding::State::ok)) + " OK, " +
                      std::to_string(countOf(findings, Finding::State::failed)) + " failed";
+  const auto warnings = countOf(findings, Finding::State::warned);
+  if (warnings > 0) text += ", " + std::to_string(warnings) + (warnings == 1 ? " warning" : " warnings");
   const auto notSeen = countOf(findings, Finding::State::unseen);
   if (notSeen > 0) text += ", " + std::to_string(notSeen) + " cannot be seen from here";
   return text + ".";

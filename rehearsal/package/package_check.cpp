@@ -4,8 +4,10 @@
 #include <array>
 
 #include "core/paths.h"
+#include "rehearsal/package/mod_check.h"
 #include "rehearsal/package/settings_check.h"
 #include "rehearsal/package/sha256_win.h"
+#include "rehearsal/package/timer_check.h"
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/text.h"
 #include "steam/mod_files.h"
@@ -133,74 +135,29 @@ Findings checkMod(const Package& package) {
       found.push_back(passed("mod file " + name + " is there"));
     }
   }
+  append(found, checkModNames(stage::listFolder(target.path)));
   return found;
 }
 
-// LiveSplit --------------------------------------------------------------------------------
+// The player -------------------------------------------------------------------------------
 
-Finding checkSplits(const Package& package) {
-  const std::string& value = package.settings.livesplit_lss;
-  const Target target = targetOf(package, value);
-  switch (target.place) {
-    case Target::Place::none:
-      return package.settings.livesplit.empty()
-                 ? passed("no LiveSplit, no splits file")
-                 : unseen("livesplit_lss is empty",
-                          "the launcher will not start LiveSplit, only ask it");
-    case Target::Place::nowhere:
-      return failed("the splits file is " + value, "begin the path with %APPDIR% or a drive");
-    case Target::Place::package:
-      break;
-    default:
-      return unseen("the splits file is " + value,
-                    "it has to be there on every player's machine");
-  }
-  if (!stage::pathExists(target.path)) {
-    return failed("the splits file " + shown(package, target.path) + " is missing",
-                  "put it there or correct livesplit_lss");
-  }
-  return passed("the splits file is there");
-}
-
-Findings checkLiveSplit(const Package& package) {
-  const std::string& value = package.settings.livesplit;
-  const Target target = targetOf(package, value);
-  if (target.place == Target::Place::none) return {passed("no LiveSplit, no layout")};
-  if (target.place == Target::Place::nowhere) {
-    return {failed("LiveSplit is " + value, "begin the path with %APPDIR% or a drive")};
-  }
-  if (target.place != Target::Place::package) {
-    return {unseen("LiveSplit is " + value,
-                   "it and halvorn.lsl beside it have to be there on every player's machine")};
-  }
-  Findings found;
-  if (stage::pathExists(target.path)) {
-    found.push_back(passed("LiveSplit is in the package"));
-  } else {
-    found.push_back(unseen("LiveSplit is not in the package at " + shown(package, target.path),
-                           "players need it in C:\\Program Files\\LiveSplit, or put it there"));
-  }
-  const fs::path layout = target.path.parent_path() / "halvorn.lsl";
-  if (stage::pathExists(layout)) {
-    found.push_back(passed("halvorn.lsl is beside LiveSplit"));
-  } else {
-    found.push_back(failed("halvorn.lsl is not beside LiveSplit",
-                           "put the race's layout at " + shown(package, layout)));
-  }
-  return found;
+Finding checkPlayer(const Package& package) {
+  const std::string& name = package.settings.player;
+  if (name.empty()) return passed("player is left to each player");
+  return warned("player is " + name + " for everybody",
+                "leave it empty; every run without a Steam name would come under it");
 }
 
 // What is the organiser's own ----------------------------------------------------------------
 
 /// Files that a run leaves behind, with what they would do at a player's.
-constexpr std::array<std::array<const char*, 2>, 7> kLeftBehind = {{
+constexpr std::array<std::array<const char*, 2>, 6> kLeftBehind = {{
     {launcher::kTokenFile, "it is your own login code"},
     {launcher::kProfileFlagFile, "the player's profile page would never open"},
     {"launcher.log", "it is the log of your own runs"},
     {launcher::kModResultFile, "it would be submitted as the player's run"},
     {"receipt.json", "it would be submitted as the player's run"},
     {launcher::kChoiceFile, "it would change the difficulty of --upload"},
-    {"settings.cfg", "it holds the paths of your own LiveSplit"},
 }};
 
 Findings checkLeftBehind(const Package& package) {
@@ -212,7 +169,6 @@ Findings checkLeftBehind(const Package& package) {
     for (const auto& [left, why] : kLeftBehind) {
       if (name == left) reason = why;
     }
-    if (name == "settings.cfg" && entry.path().parent_path() != liveSplitFolder(package)) continue;
     const std::string folder = stage::textOf(entry.path().parent_path().filename());
     if (folder == launcher::kPendingFolder) reason = "it would be submitted as the player's run";
     if (folder == launcher::kReceiptsFolder) reason = "it is the archive of your own runs";
@@ -242,8 +198,8 @@ Findings checkPackage(const Package& package) {
   all.push_back(checkDataFolder(package));
   all.push_back(checkReceipt(package));
   append(all, checkMod(package));
-  all.push_back(checkSplits(package));
-  append(all, checkLiveSplit(package));
+  append(all, checkTimer(package));
+  all.push_back(checkPlayer(package));
   append(all, checkLeftBehind(package));
   return all;
 }

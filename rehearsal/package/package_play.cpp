@@ -37,10 +37,15 @@ void putOnStage(const Package& package, stage::Stage& machine) {
   }
 
   const Target splits = targetOf(package, package.settings.livesplit_lss);
-  if (splits.place == Target::Place::package) copyWhenThere(splits.path, machine.splits());
+  if (splits.place == Target::Place::package) {
+    copyWhenThere(splits.path, machine.splits());
+    copyWhenThere(splits.path, machine.liveSplitFolder() / splits.path.filename());
+  }
   const fs::path timer = liveSplitFolder(package);
   if (!timer.empty()) {
-    copyWhenThere(timer / "halvorn.lsl", machine.liveSplitFolder() / "halvorn.lsl");
+    for (const char* name : {"halvorn.lsl", "settings.cfg"}) {
+      copyWhenThere(timer / name, machine.liveSplitFolder() / name);
+    }
   }
 }
 

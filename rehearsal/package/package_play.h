@@ -9,8 +9,8 @@
 namespace rehearsal {
 
 /// Puts the package on the stage, behind Stage::putUpStandardMachine: its programs beside
-/// launcher.ini, its mod as the player package of a game without a mod, its splits and layout
-/// beside the stand-in LiveSplit. The recorder stays in the place of kov_result.exe.
+/// launcher.ini, its mod as the player package of a game without a mod, its splits, layout and
+/// settings.cfg beside the stand-in LiveSplit. The recorder stays in the place of kov_result.exe.
 void putOnStage(const Package& package, stage::Stage& machine);
 
 /// Writes the package's own launcher.ini to the stage, with `more` and with everything that

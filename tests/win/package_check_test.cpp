@@ -9,11 +9,13 @@
 #include <utility>
 #include <vector>
 
+#include "rehearsal/package/mod_check.h"
 #include "rehearsal/package/package_check.h"
 #include "rehearsal/package/package_play.h"
 #include "rehearsal/package/server_check.h"
 #include "rehearsal/package/settings_check.h"
 #include "rehearsal/package/sha256_win.h"
+#include "rehearsal/package/timer_check.h"
 #include "rehearsal/package/zip_file.h"
 #include "rehearsal/stage/stage.h"
 
@@ -161,6 +163,82 @@ TEST(WithSettings, replacesValuesAndKeepsTheRest) {
   EXPECT_EQ(withSettings("", {}), "");
 }
 
+// The mod's names ----------------------------------------------------------------------------
+
+TEST(ModCheck, filesOfAUe4ssPackageAreFine) {
+  EXPECT_THAT(complaints(checkModNames({"dwmapi.dll", "README.txt", "UE4SS.dll",
+                                        "UE4SS-settings.ini", "ue4ss\\UE4SS.dll",
+                                        "ue4ss\\tools\\a.exe", "Mods\\x\\dlls\\main.dll"})),
+              IsEmpty());
+}
+
+TEST(ModCheck, filesOfTheGameAreTold) {
+  for (const std::string name : {"Backrooms-Win64-Shipping.exe", "CRASH.EXE", "Steam_API64.dll",
+                                 "EOSSDK-Win64-Shipping.dll"}) {
+    const Findings found = checkModNames({"dwmapi.dll", name});
+    EXPECT_FALSE(noneFailed(found));
+    EXPECT_THAT(complaints(found),
+                ElementsAre("the mod folder's " + name + " would overwrite the game's own"));
+  }
+}
+
+TEST(ModCheck, otherLibrariesBesideTheGameAreAWarning) {
+  const Findings found = checkModNames({"tbb12.dll"});
+  EXPECT_TRUE(noneFailed(found));
+  EXPECT_THAT(complaints(found), ElementsAre("the mod folder's tbb12.dll is none that UE4SS brings"));
+}
+
+// LiveSplit's settings ------------------------------------------------------------------------
+
+/// settings.cfg of a package, as LiveSplit wrote it and with three lines changed.
+std::string packagedTimerSettings() {
+  return stage::replaceAll(stage::liveSplitSettings({"halvorn.lsl"}, "race.lss"),
+                           "<ServerStartup>0", "<ServerStartup>1");
+}
+
+std::vector<std::string> complaintsOfTimer(const std::string& from, const std::string& to) {
+  return complaints(checkTimerSettings(stage::replaceAll(packagedTimerSettings(), from, to),
+                                       "race.lss", "settings.cfg"));
+}
+
+TEST(TimerSettingsCheck, settingsOfTheRecipeAreFine) {
+  EXPECT_THAT(complaints(checkTimerSettings(packagedTimerSettings(), "race.lss", "settings.cfg")),
+              IsEmpty());
+  EXPECT_THAT(complaintsOfTimer("race.lss", ".\\Race.LSS"), IsEmpty());
+  EXPECT_THAT(complaintsOfTimer("<ServerPort>16834</ServerPort>", ""), IsEmpty());
+  EXPECT_THAT(complaints(checkTimerSettings(
+                  stage::replaceAll(packagedTimerSettings(), "race.lss", "..\\splits\\a.lss"),
+                  "..\\splits\\a.lss", "settings.cfg")),
+              IsEmpty());
+}
+
+TEST(TimerSettingsCheck, whatAPlayerWouldHaveToSetIsTold) {
+  EXPECT_THAT(complaintsOfTimer("race.lss", "other.lss"),
+              ElementsAre("settings.cfg opens other.lss"));
+  EXPECT_THAT(complaintsOfTimer("<SplitsFile", "<Splits"), ElementsAre(HasSubstr("cannot use")));
+  EXPECT_THAT(complaintsOfTimer("SplitsFile", "Splits"),
+              ElementsAre("settings.cfg opens no splits"));
+  EXPECT_THAT(complaintsOfTimer("<LayoutPath>halvorn.lsl</LayoutPath>", ""),
+              ElementsAre("settings.cfg does not open the race's layout"));
+  EXPECT_THAT(complaintsOfTimer("halvorn.lsl", "other.lsl"),
+              ElementsAre("settings.cfg does not open the race's layout"));
+  EXPECT_THAT(complaintsOfTimer("<ServerStartup>1", "<ServerStartup>0"),
+              ElementsAre("settings.cfg does not start LiveSplit's server"));
+  EXPECT_THAT(complaintsOfTimer("16834", "16835"),
+              ElementsAre("settings.cfg puts LiveSplit's server on port 16835"));
+}
+
+TEST(TimerSettingsCheck, pathsOfTheOrganisersOwnAreTold) {
+  for (const std::string path :
+       {"C:\\Users\\me\\race.lss", "d:/a.lss", "\\\\box\\share\\race.lss"}) {
+    EXPECT_THAT(complaintsOfTimer("race.lss", path),
+                Contains("settings.cfg holds a path of your own machine, " + path));
+    EXPECT_THAT(complaintsOfTimer("gameName=\"\"", "gameName=\"" + path + "\""),
+                ElementsAre("settings.cfg holds a path of your own machine, " + path));
+  }
+  EXPECT_THAT(complaintsOfTimer("gameName=\"\"", "gameName=\"https://race.test\""), IsEmpty());
+}
+
 // Packages -----------------------------------------------------------------------------------
 
 /// A package with nothing to complain about, on disk.
@@ -178,7 +256,8 @@ class PackageCheck : public ::testing::Test {
     write("mod/ue4ss/Mods/KOVWeekly/enabled.txt", "");
     write("livesplit/LiveSplit.exe", "MZ");
     write("livesplit/halvorn.lsl", "<Layout/>");
-    write("livesplit/race.lss", "<Run/>");
+    write("livesplit/race.lss", stage::splitsFile());
+    write("livesplit/settings.cfg", packagedTimerSettings());
     fs::create_directories(root / "data");
   }
 
@@ -195,9 +274,13 @@ class PackageCheck : public ::testing::Test {
   void set(const std::string& key, const std::string& value) {
     write("launcher/launcher.ini", withSettings(kGoodSettings, {{key, value}}));
   }
-  [[nodiscard]] std::vector<std::string> found() const {
-    return complaints(checkPackage(openPackage(root, {})));
+  /// Without the one line that stands in every check of a package with LiveSplit in it.
+  [[nodiscard]] std::vector<std::string> found(const fs::path& folder) const {
+    std::vector<std::string> lines = complaints(checkPackage(openPackage(folder, {})));
+    std::erase(lines, "the folder into which a player unpacks");
+    return lines;
   }
+  [[nodiscard]] std::vector<std::string> found() const { return found(root); }
 
   stage::Stage machine{"check"};
   fs::path root = machine.root() / "KOV-Race";
@@ -206,7 +289,7 @@ class PackageCheck : public ::testing::Test {
 TEST_F(PackageCheck, goodPackageHasNothingToComplainAbout) { EXPECT_THAT(found(), IsEmpty()); }
 
 TEST_F(PackageCheck, programFolderItselfIsAPackage) {
-  EXPECT_THAT(complaints(checkPackage(openPackage(root / "launcher", {}))), IsEmpty());
+  EXPECT_THAT(found(root / "launcher"), IsEmpty());
 }
 
 TEST_F(PackageCheck, missingModFilesAreTold) {
@@ -234,6 +317,95 @@ TEST_F(PackageCheck, missingSplitsAndLayoutAreTold) {
   fs::remove(root / "livesplit" / "halvorn.lsl");
   EXPECT_THAT(found(), ElementsAre("the splits file livesplit\\race.lss is missing",
                                    "halvorn.lsl is not beside LiveSplit"));
+}
+
+TEST_F(PackageCheck, whatUnpackingElsewhereCostsIsSaid) {
+  const Findings findings = checkPackage(openPackage(root, {}));
+  EXPECT_THAT(asLines(findings),
+              HasSubstr("?       the folder into which a player unpacks: tell them: plain letters "
+                        "and digits; with other characters, & or < in the path LiveSplit cannot "
+                        "read its settings.cfg there and loses all settings for good, hotkeys too\n"));
+}
+
+TEST_F(PackageCheck, splitsThatSpoilTimesAreAWarning) {
+  write("livesplit/race.lss", stage::splitsFile("01:23:45.6780000"));
+  EXPECT_THAT(found(), ElementsAre("the splits file livesplit\\race.lss has times of earlier runs"));
+  write("livesplit/race.lss",
+        stage::replaceAll(stage::splitsFile(), "<Segments>", "<Offset>-00:00:10</Offset><Segments>"));
+  EXPECT_THAT(found(),
+              ElementsAre("the splits file livesplit\\race.lss starts the timer at -10.00 s"));
+  EXPECT_TRUE(noneFailed(checkPackage(openPackage(root, {}))));
+}
+
+TEST_F(PackageCheck, splitsThatLiveSplitCannotReadAreAWarning) {
+  for (const std::string text : {"", "no splits", "<Layout/>", "<Run><GameName>R&D</GameName></Run>"}) {
+    write("livesplit/race.lss", text);
+    EXPECT_THAT(found(),
+                ElementsAre("LiveSplit cannot read the splits file livesplit\\race.lss"))
+        << text;
+  }
+  EXPECT_TRUE(noneFailed(checkPackage(openPackage(root, {}))));
+}
+
+TEST_F(PackageCheck, aPlayerForEverybodyIsAWarning) {
+  set("player", "runner");
+  EXPECT_THAT(found(), ElementsAre("player is runner for everybody"));
+  EXPECT_TRUE(noneFailed(checkPackage(openPackage(root, {}))));
+  set("player", "");
+  EXPECT_THAT(found(), IsEmpty());
+}
+
+TEST_F(PackageCheck, aModThatOverwritesTheGameIsTold) {
+  write("mod/Backrooms-Win64-Shipping.exe", "MZ");
+  EXPECT_THAT(found(),
+              ElementsAre("the mod folder's Backrooms-Win64-Shipping.exe would overwrite the"
+                          " game's own"));
+}
+
+TEST_F(PackageCheck, liveSplitInAFolderThatCostsItItsSettingsIsTold) {
+  for (const std::string folder : {"Live & Split", "Live<Split", "\xE8\xAE\xA1\xE6\x97\xB6"}) {
+    set("livesplit", "C:\\" + folder + "\\LiveSplit.exe");
+    const Findings findings = checkPackage(openPackage(root, {}));
+    EXPECT_FALSE(noneFailed(findings));
+    EXPECT_THAT(asLines(findings), HasSubstr("FAILED  LiveSplit is C:\\" + folder +
+                                             "\\LiveSplit.exe: keep to plain letters"));
+  }
+}
+
+TEST_F(PackageCheck, aPackageFolderThatCostsLiveSplitItsSettingsIsTold) {
+  fs::rename(root / "livesplit", root / "R&D");
+  set("livesplit", "%APPDIR%..\\R&D\\LiveSplit.exe");
+  EXPECT_THAT(found(), Contains("LiveSplit is R&D\\LiveSplit.exe"));
+  // A folder of the package's own counts, too.
+  const fs::path whole = root;
+  fs::rename(root / "R&D", root / "livesplit");
+  write("launcher/launcher.ini", kGoodSettings);
+  fs::create_directories(machine.root() / "zip");
+  fs::rename(whole, machine.root() / "zip" / "KOV & Race");
+  EXPECT_THAT(found(machine.root() / "zip"),
+              Contains("LiveSplit is KOV & Race\\livesplit\\LiveSplit.exe"));
+}
+
+TEST_F(PackageCheck, aLiveSplitWithoutSettingsIsAWarning) {
+  fs::remove(root / "livesplit" / "settings.cfg");
+  EXPECT_THAT(found(), ElementsAre("LiveSplit has no settings.cfg in the package"));
+  EXPECT_TRUE(noneFailed(checkPackage(openPackage(root, {}))));
+}
+
+TEST_F(PackageCheck, settingsOfTheOrganisersOwnLiveSplitAreTold) {
+  write("livesplit/settings.cfg",
+        stage::replaceAll(packagedTimerSettings(), "race.lss", "C:\\me\\race.lss"));
+  EXPECT_THAT(found(),
+              ElementsAre("livesplit\\settings.cfg holds a path of your own machine, "
+                          "C:\\me\\race.lss",
+                          "livesplit\\settings.cfg opens C:\\me\\race.lss"));
+}
+
+TEST_F(PackageCheck, warningsAreCountedAndLabelled) {
+  const Findings findings = {passed("a"), warned("b", "c"), warned("d", "e"), unseen("f", "g")};
+  EXPECT_EQ(asLines(findings), "OK      a\nWARNING b: c\nWARNING d: e\n?       f: g\n");
+  EXPECT_EQ(summary(findings), "4 checks: 1 OK, 0 failed, 2 warnings, 1 cannot be seen from here.");
+  EXPECT_EQ(summary({warned("b", "c")}), "1 checks: 0 OK, 0 failed, 1 warning.");
 }
 
 TEST_F(PackageCheck, whatLiesOnThePlayersMachineCannotBeSeen) {
@@ -293,8 +465,8 @@ TEST_F(PackageCheck, filesOfTheOrganisersOwnRunsAreTold) {
   for (const std::string name :
        {"data\\profile_token.txt", "data\\profile_opened.flag", "launcher\\launcher.log",
         "data\\receipt.json", "data\\kovw_result.json", "data\\choice.txt",
-        "data\\pending\\p_20261114_201500.json", "data\\receipts\\receipt_20261114_201500.json",
-        "livesplit\\settings.cfg"}) {
+        "data\\pending\\p_20261114_201500.json",
+        "data\\receipts\\receipt_20261114_201500.json"}) {
     write(name, "x");
     EXPECT_THAT(found(), ElementsAre(name + " is in the package"));
     fs::remove(root / stage::pathOf(name));
