@@ -6,8 +6,10 @@
 //     rehearse.exe SCENE                      that scene
 //     rehearse.exe --package PACKAGE [SCENE]  checks a race package, a folder or a zip, and
 //                                             plays the scene with it; in two halves:
-//     rehearse.exe --check PACKAGE
+//     rehearse.exe --check PACKAGE [--trial]
 //     rehearse.exe --play PACKAGE [SCENE]
+//
+// --trial (behind PACKAGE, also with --package) posts one trial submission to the server.
 //
 // Exit code 0: as expected; 1: not as expected; 2: no such scene.
 
@@ -59,9 +61,11 @@ rehearsal::Package open(const std::string& path) {
   return rehearsal::openPackage(stage::pathOf(path), folder / "unpacked");
 }
 
-bool check(const rehearsal::Package& package) {
+bool check(const rehearsal::Package& package, bool trial) {
   rehearsal::Findings findings = rehearsal::checkPackage(package);
-  rehearsal::append(findings, rehearsal::checkServer(package.settings.server));
+  const std::string& server = package.settings.server;
+  rehearsal::append(findings, trial ? rehearsal::checkServerWithTrial(server)
+                                    : rehearsal::checkServer(server));
   std::printf("%s\n%s\n", rehearsal::asLines(findings).c_str(),
               rehearsal::summary(findings).c_str());
   std::fflush(stdout);
@@ -78,11 +82,19 @@ bool playPackage(const rehearsal::Scene& scene, const rehearsal::Package& packag
   return play(scene, &package);
 }
 
-bool rehearse(const std::string& mode, const std::string& path, const rehearsal::Scene& scene) {
+/// What the words in front of the scene ask for.
+struct Task {
+  std::string mode;     ///< "--package", "--check", "--play"; "": only the scene
+  std::string package;
+  bool trial = false;
+};
+
+bool rehearse(const Task& task, const rehearsal::Scene& scene) {
+  const std::string& mode = task.mode;
   if (mode.empty()) return play(scene, nullptr);
-  const rehearsal::Package package = open(path);
+  const rehearsal::Package package = open(task.package);
   bool good = true;
-  if (mode != "--play") good = check(package);
+  if (mode != "--play") good = check(package, task.trial);
   if (mode == "--package") std::printf("\n");
   if (mode != "--check") good = playPackage(scene, package) && good;
   return good;
@@ -99,23 +111,24 @@ int wmain(int count, wchar_t** arguments) {
     list(stdout, scenes);
     return 0;
   }
-  std::string mode;
-  std::string path;
+  Task task;
   if (words.size() > 1 && (words[0] == "--package" || words[0] == "--check" ||
                            words[0] == "--play")) {
-    mode = words[0];
-    path = words[1];
+    task.mode = words[0];
+    task.package = words[1];
     words.erase(words.begin(), words.begin() + 2);
+    task.trial = !words.empty() && words[0] == "--trial" && task.mode != "--play";
+    if (task.trial) words.erase(words.begin());
   }
   const rehearsal::Scene* scene =
       words.size() > 1 ? nullptr : sceneNamed(scenes, words.empty() ? "" : words[0]);
   if (scene == nullptr) {
-    std::fprintf(stderr, "usage: rehearse [--list] [--package FOLDER|ZIP] [SCENE]\n");
+    std::fprintf(stderr, "usage: rehearse [--list] [--package FOLDER|ZIP [--trial]] [SCENE]\n");
     list(stderr, scenes);
     return 2;
   }
   try {
-    return rehearse(mode, path, *scene) ? 0 : 1;
+    return rehearse(task, *scene) ? 0 : 1;
   } catch (const std::exception& error) {
     std::printf("The scene could not be played: %s\n", error.what());
     return 1;
