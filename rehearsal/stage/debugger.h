@@ -16,12 +16,11 @@
 namespace stage {
 
 /// A small debugger of one program, started with DEBUG_ONLY_THIS_PROCESS by the thread that
-/// calls in here. It tells of the program's calls of some functions of Windows' libraries before
+/// calls in here. It reports the program's calls of some functions of Windows' libraries before
 /// they do anything; the program stands still meanwhile.
 ///
-/// A breakpoint stays where it is while the debugger does what the instruction below it would
-/// have done, so no call of another thread can slip by. Only for x86-64, and for functions that
-/// begin as the system's do.
+/// While one thread steps over a breakpoint, a call of another thread can slip by unreported.
+/// Only for x86-64.
 class Debugger {
  public:
   /// A call that is about to be made.
@@ -34,19 +33,22 @@ class Debugger {
     [[nodiscard]] Value argument(std::size_t nth) const {
       return static_cast<Value>(words_[nth]);
     }
+    /// Lets the call be made with another value for one of its first four arguments.
+    void setArgument(std::size_t nth, std::uint64_t value) { words_[nth] = value; }
 
    private:
     friend class Debugger;
     bool mainThread_ = false;
     std::array<std::uint64_t, 12> words_{};  // the return address, then the arguments
   };
-  using OnCall = std::function<void(const Call&)>;
+  using OnCall = std::function<void(Call&)>;
+  using OnReturn = std::function<void(std::uint64_t result)>;
 
   /// Functions of one library, by their names.
   using Functions = std::vector<std::pair<const char*, OnCall>>;
 
   /// Watches these functions from the moment in which the program loads their library; this
-  /// program loads it at once. Throws std::runtime_error when a function cannot be watched.
+  /// program loads it at once. Throws std::runtime_error when there is no such function.
   Debugger(const wchar_t* library, const Functions& functions)
       : Debugger({{library, functions}}) {}
   /// As above, for several libraries.
@@ -56,6 +58,10 @@ class Debugger {
 
   /// Handles the debug events that come within the given time, and those that follow at once.
   void work(DWORD waitMs);
+
+  /// For OnCall: reports what the function returns once it has. Only for calls that the
+  /// program's own code makes in one thread alone.
+  void atReturn(const Call& call, OnReturn onReturn);
 
   /// The program's; nothing while it runs.
   [[nodiscard]] std::optional<std::uint32_t> exitCode() const { return exitCode_; }
@@ -94,10 +100,13 @@ class Debugger {
   }
 
  private:
-  using Code = std::array<unsigned char, 8>;
   struct Breakpoint {
-    Code code;  // what the function begins with
+    unsigned char code;  // what the function begins with
     OnCall onCall;
+  };
+  struct Return {
+    unsigned char code;
+    OnReturn onReturn;
   };
   /// A file in the program's memory.
   struct Place {
@@ -113,17 +122,20 @@ class Debugger {
     std::map<std::uint64_t, Breakpoint> points;  // by distance from the library's start
   };
 
-  static bool doFirst(const Code& code, CONTEXT& context, HANDLE process);
-
   void watch(const wchar_t* library, const char* name, const OnCall& onCall);
   DWORD handle(const DEBUG_EVENT& event);
   void onLibrary(const void* base);
   [[nodiscard]] Place placeOf(const void* base) const;
   [[nodiscard]] const Breakpoint* pointAt(std::uint64_t address) const;
   DWORD onException(const EXCEPTION_RECORD& exception, DWORD threadId);
+  DWORD onBreakpoint(std::uint64_t address, DWORD threadId);
+  void report(const Breakpoint& point, CONTEXT& context, bool mainThread);
+  void poke(std::uint64_t address, unsigned char code) const;
   void copy(std::uint64_t address, void* to, std::size_t bytes) const;
 
   std::vector<Library> libraries_;
+  std::map<std::uint64_t, Return> returns_;      // by address
+  std::map<DWORD, std::uint64_t> stepping_;      // by thread: the breakpoint that it steps over
   Place own_;
   HANDLE process_ = nullptr;  // closed by the system with the last debug event
   DWORD mainThreadId_ = 0;

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <array>
+#include <cctype>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -13,6 +14,8 @@
 #include "rehearsal/stage/debugger.h"
 #include "rehearsal/stage/stage.h"
 #include "tests/e2e/debugged_run.h"
+#include "tests/e2e/own_calls.h"
+#include "tests/e2e/support.h"
 
 namespace e2e {
 
@@ -29,8 +32,8 @@ namespace e2e {
 /// then in the stage's timeline already, so that with these events the timeline holds files,
 /// processes and requests of one thread in their true order.
 ///
-/// Watched are the calls by which every program, whatever its runtime library, reaches the
-/// system. Only for x86-64.
+/// Watched for these are the calls by which every program, whatever its runtime library,
+/// reaches the system; ownCalls() are those of the program's own code. Only for x86-64.
 class CallTrace {
  public:
   using OnWrite = std::function<void(std::string_view path, std::string_view bytes)>;
@@ -40,13 +43,19 @@ class CallTrace {
         timeline_(std::move(timeline)),
         onWrite_(std::move(onWrite)) {}
 
-  /// Runs the program without arguments and with empty standard input, in its own folder.
-  /// Its exit code; nothing when it did not end within the limit and was ended.
-  std::optional<std::uint32_t> run(const std::filesystem::path& program, unsigned limitMs) {
-    const std::optional<std::uint32_t> exitCode = runDebugged(debugger_, program, limitMs);
+  /// Runs the program with empty standard input, in its own folder. `arguments` is the raw
+  /// text behind the quoted program path. Its exit code; nothing when it did not end within
+  /// the limit and was ended.
+  std::optional<std::uint32_t> run(const std::filesystem::path& program, unsigned limitMs,
+                                   const std::wstring& arguments = {}) {
+    const std::optional<std::uint32_t> exitCode =
+        runDebugged(debugger_, program, limitMs, arguments);
     if (exitCode) timeline_.append("launcher", "exit", std::to_string(*exitCode));
     return exitCode;
   }
+
+  [[nodiscard]] OwnCalls& ownCalls() { return ownCalls_; }
+  [[nodiscard]] const OwnCalls& ownCalls() const { return ownCalls_; }
 
  private:
   using Call = stage::Debugger::Call;
@@ -127,12 +136,47 @@ class CallTrace {
   std::wstring folder_;
   stage::Timeline timeline_;
   OnWrite onWrite_;
-  stage::Debugger debugger_{
-      L"ntdll.dll",
-      {{"NtCreateFile", [this](const Call& call) { noteCreate(call); }},
-       {"NtOpenFile", [this](const Call& call) { noteDelete(call); }},
-       {"NtWriteFile", [this](const Call& call) { noteWrite(call); }},
-       {"NtCreateUserProcess", [this](const Call& call) { noteStart(call); }}}};
+  [[nodiscard]] std::vector<WatchedLibrary> watched() {
+    std::vector<WatchedLibrary> all = ownCalls_.watched();
+    all.push_back({L"ntdll.dll",
+                   {{"NtCreateFile", [this](const Call& call) { noteCreate(call); }},
+                    {"NtOpenFile", [this](const Call& call) { noteDelete(call); }},
+                    {"NtWriteFile", [this](const Call& call) { noteWrite(call); }},
+                    {"NtCreateUserProcess", [this](const Call& call) { noteStart(call); }}}});
+    return all;
+  }
+
+  OwnCalls ownCalls_{debugger_};
+  stage::Debugger debugger_{watched()};
 };
+
+/// An event as one line without its line end. The stage's folder is written "@", the game's
+/// "GAME"; a line of the log stands after "log".
+inline std::string lineOf(const stage::Event& event, const stage::Stage& machine) {
+  const std::string root = stage::textOf(machine.root());
+  std::string rootInRegistry = root;
+  rootInRegistry[0] = static_cast<char>(std::tolower(rootInRegistry[0]));
+  std::string line = event.who + " " + event.what + " " + event.text;
+  line = stage::replaceAll(std::move(line), stage::textOf(machine.gameFolder()), "GAME");
+  line = stage::replaceAll(std::move(line), root, "@");
+  line = stage::replaceAll(std::move(line), rootInRegistry, "@");
+  line = stage::replaceAll(std::move(line), "launcher write @\\app\\launcher.log ", "log ");
+  if (line.ends_with("\r\n")) line.resize(line.size() - 2);
+  if (line.ends_with('\n')) line.pop_back();
+  return maskStamps(maskNumbers(std::move(line)));
+}
+
+/// What the launcher and those that it waits for did, in order. The others come up when they
+/// come up.
+inline Lines linesInStep(const stage::Stage& machine) {
+  Lines lines;
+  for (const stage::Event& event : machine.timeline().events()) {
+    const bool waitedFor = (event.who == "game" || event.who == "card") && event.what == "exit";
+    if (event.who == "launcher" || event.who == "server" || event.who == "timer" || waitedFor) {
+      lines.push_back(lineOf(event, machine));
+    }
+  }
+  return lines;
+}
 
 }  // namespace e2e

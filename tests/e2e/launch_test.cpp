@@ -3,10 +3,9 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <functional>
 #include <optional>
 
-#include "rehearsal/stage/win_handle.h"
+#include "tests/e2e/call_trace.h"
 #include "tests/e2e/support.h"
 
 namespace {
@@ -229,74 +228,20 @@ TEST_F(Launch, theFirstProcessOfTheNameIsTheOneWaitedFor) {
   EXPECT_TRUE(stage::waitForNoProcess("Backrooms-Win64-Shipping.exe"));
 }
 
-/// Runs a program without standard input to its end, as its debugger: where it calls
-/// OpenProcess for the first time, `change` may change the arguments in the registers.
-void runChangingOpenProcess(const std::filesystem::path& program,
-                            const std::function<void(CONTEXT&)>& change) {
-  void* const function = reinterpret_cast<void*>(
-      GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "OpenProcess"));
-  STARTUPINFOW startup{};
-  startup.cb = sizeof startup;
-  SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-  const stage::WinHandle nothing = stage::ownHandle(CreateFileW(
-      L"NUL", GENERIC_READ | GENERIC_WRITE, 0, &inheritable, OPEN_EXISTING, 0, nullptr));
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = startup.hStdOutput = startup.hStdError = nothing.get();
-  PROCESS_INFORMATION info{};
-  ASSERT_TRUE(CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, TRUE,
-                             DEBUG_ONLY_THIS_PROCESS | CREATE_NO_WINDOW, nullptr,
-                             program.parent_path().c_str(), &startup, &info));
-  const stage::WinHandle process = stage::ownHandle(info.hProcess);
-  const stage::WinHandle thread = stage::ownHandle(info.hThread);
-  const auto poke = [&](unsigned char byte) {
-    EXPECT_TRUE(WriteProcessMemory(process.get(), function, &byte, 1, nullptr));
-    FlushInstructionCache(process.get(), function, 1);
-  };
-  unsigned char original = 0;
-  bool stopped = false;
-  for (DEBUG_EVENT event{}; WaitForDebugEvent(&event, 60000);) {
-    DWORD answer = DBG_CONTINUE;
-    if (event.dwDebugEventCode == CREATE_PROCESS_DEBUG_EVENT) {
-      CloseHandle(event.u.CreateProcessInfo.hFile);
-    } else if (event.dwDebugEventCode == LOAD_DLL_DEBUG_EVENT) {
-      CloseHandle(event.u.LoadDll.hFile);
-    } else if (event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT) {
-      const EXCEPTION_RECORD& exception = event.u.Exception.ExceptionRecord;
-      if (exception.ExceptionCode != EXCEPTION_BREAKPOINT) {
-        answer = DBG_EXCEPTION_NOT_HANDLED;
-      } else if (original == 0) {
-        // The system's own stop before the program begins; everything it needs is loaded.
-        EXPECT_TRUE(ReadProcessMemory(process.get(), function, &original, 1, nullptr));
-        poke(0xCC);
-      } else if (exception.ExceptionAddress == function) {
-        stopped = true;
-        poke(original);
-        alignas(16) CONTEXT context{};
-        context.ContextFlags = CONTEXT_CONTROL | CONTEXT_INTEGER;
-        EXPECT_TRUE(GetThreadContext(thread.get(), &context));
-        change(context);
-        context.Rip = reinterpret_cast<DWORD64>(function);
-        EXPECT_TRUE(SetThreadContext(thread.get(), &context));
-      }
-    }
-    ContinueDebugEvent(event.dwProcessId, event.dwThreadId, answer);
-    if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT) break;
-  }
-  EXPECT_TRUE(stopped);
-}
-
 TEST_F(Launch, aGameThatCannotBeOpenedIsNotWaitedFor) {
   settings(missing(), machine_.gameExe(), {{"player", "runner"}});
   const std::uint32_t id = machine_.startGame();
   ASSERT_TRUE(machine_.timeline().waitFor("game", "write"));
   std::optional<std::string> state;
-  runChangingOpenProcess(machine_.launcher(), [&](CONTEXT& call) {
+  e2e::CallTrace trace(machine_.root(), machine_.timeline());
+  trace.ownCalls().before("OpenProcess", [&](stage::Debugger::Call& call) {
     state = machine_.dataFile("launch.state");
-    EXPECT_EQ(call.Rcx, DWORD64{SYNCHRONIZE});
-    EXPECT_EQ(call.Rdx, 0U);
-    EXPECT_EQ(call.R8, id);
-    call.R8 = 3;  // no process has such an id
+    EXPECT_EQ(call.argument(1), DWORD64{SYNCHRONIZE});
+    EXPECT_EQ(call.argument(2), 0U);
+    EXPECT_EQ(call.argument(3), id);
+    call.setArgument(3, 3);  // no process has such an id
   });
+  EXPECT_EQ(trace.run(machine_.launcher(), 60000), 0U);
   EXPECT_EQ(state, "launching");
   EXPECT_EQ(e2e::linesOf(e2e::maskStamps(machine_.logBytes())),
             (Lines{e2e::kStartLine, "steam persona not found, using ini player: runner",
@@ -327,68 +272,73 @@ TEST_F(Launch, withoutSettingAndRegistryTheUsualSteamIsStarted) {
             (Lines{"\"C:\\Program Files (x86)\\Steam\\steam.exe\" -applaunch 1943950"}));
 }
 
-// The real waits ---------------------------------------------------------------------------
+// The waits for a game that does not come --------------------------------------------------
 
-class LaunchLong : public Launch {
+/// Runs in which each pause between two looks for the game is counted and cut to nothing; the
+/// player closes a game that has come as soon as the launcher waits for it.
+class LaunchWait : public Launch {
  protected:
-  /// Milliseconds from now until the log has this text.
-  static std::uint64_t until(const stage::LauncherRun& run, std::string_view text,
-                             unsigned limitMs) {
-    const std::uint64_t start = GetTickCount64();
-    EXPECT_TRUE(run.waitForLog(text, limitMs)) << text;
-    return GetTickCount64() - start;
+  void playCutShort() {
+    const std::string state = textOf(machine_.data() / "launch.state");
+    trace_.emplace(machine_.root(), machine_.timeline(),
+                   [this, state](std::string_view path, std::string_view bytes) {
+                     if (path == state && bytes == "playing") machine_.endGame();
+                   });
+    trace_->ownCalls().before("Sleep", [](stage::Debugger::Call& call) {
+      if (call.argument<std::uint32_t>(1) == 500) call.setArgument(1, 0);
+    });
+    EXPECT_EQ(trace_->run(machine_.launcher(), 60000), 0U);
   }
-  static stage::RunOptions patient() {
-    stage::RunOptions options;
-    options.limitMs = 240000;
-    return options;
+  [[nodiscard]] Lines log() const {
+    return e2e::linesOf(e2e::maskStamps(e2e::maskNumbers(machine_.logBytes())));
   }
+  [[nodiscard]] Lines launch() const {
+    stage::RunResult run;
+    run.log = machine_.logBytes();
+    return Launch::launch(run);
+  }
+  /// How often the launcher paused for half a second after this program was started and
+  /// before the next one.
+  [[nodiscard]] std::ptrdiff_t pausesAfterStartOf(const std::filesystem::path& program) const {
+    const Lines& calls = trace_->ownCalls().lines();
+    const auto starts = [](const std::string& call) { return call.starts_with("start "); };
+    const auto from = std::find_if(calls.begin(), calls.end(), [&](const std::string& call) {
+      return call.starts_with("start \"" + textOf(program) + "\"");
+    });
+    if (from == calls.end()) return -1;
+    return std::count(from, std::find_if(from + 1, calls.end(), starts), "Sleep 500");
+  }
+
+  std::optional<e2e::CallTrace> trace_;
 };
 
-TEST_F(LaunchLong, aSteamThatNeverStartsTheGameIsGivenHalfAMinute) {
+TEST_F(LaunchWait, aSteamThatNeverStartsTheGameIsGivenSixtyPauses) {
   machine_.installSteam({.startsGame = false});
   settings(machine_.steamExe(), machine_.gameExe());
-  stage::LauncherRun run = machine_.startLauncher({}, patient());
-  ASSERT_TRUE(run.waitForLog(kSteamStarted));
-  const std::uint64_t waited = until(run, kTryingDirect, 60000);
-  EXPECT_GE(waited, 29500U);
-  EXPECT_LE(waited, 42000U);
-  EXPECT_TRUE(run.waitForLog("waiting for exit..."));
-  machine_.endGame();
-  EXPECT_EQ(launch(run.wait()),
+  playCutShort();
+  EXPECT_EQ(pausesAfterStartOf(machine_.steamExe()), 60);
+  EXPECT_EQ(launch(),
             (Lines{kLaunching, kSteamStarted, kTryingDirect, kDirect, kWaiting, kExited, kClosed}));
 }
 
-TEST_F(LaunchLong, aSteamThatDoesNotStartIsGivenHalfAMinuteToo) {
-  settings(noProgram(), machine_.gameExe());
-  stage::LauncherRun run = machine_.startLauncher({}, patient());
-  ASSERT_TRUE(run.waitForLog("failed to start steam"));
-  const std::uint64_t waited = until(run, kTryingDirect, 60000);
-  EXPECT_GE(waited, 29500U);
-  EXPECT_LE(waited, 42000U);
-  EXPECT_TRUE(run.waitForLog("waiting for exit..."));
-  machine_.endGame();
-  EXPECT_EQ(launch(run.wait()).back(), kClosed);
+TEST_F(LaunchWait, aSteamThatDoesNotStartIsGivenSixtyPausesToo) {
+  const std::filesystem::path steam = noProgram();
+  settings(steam, machine_.gameExe());
+  playCutShort();
+  EXPECT_EQ(pausesAfterStartOf(steam), 60);
+  EXPECT_EQ(launch().back(), kClosed);
 }
 
-TEST_F(LaunchLong, aGameThatNeverAppearsIsGivenTwoMinutesMoreAndAnOldReceiptIsStillJudged) {
+TEST_F(LaunchWait, aGameThatNeverAppearsIsGiven240PausesMoreAndAnOldReceiptIsStillJudged) {
   machine_.installSteam({.startsGame = false});
   const std::filesystem::path game = noProgram();
   const DWORD error = startError(L"\"" + game.wstring() + L"\"");
   settings(machine_.steamExe(), game, {{"player", "runner"}});
   machine_.writeReceipt(stage::finishedRun().text());
-  stage::LauncherRun run = machine_.startLauncher({}, patient());
-  ASSERT_TRUE(run.waitForLog(kSteamStarted));
-  const std::uint64_t first = until(run, kTryingDirect, 60000);
-  EXPECT_GE(first, 29500U);
-  EXPECT_LE(first, 42000U);
-  EXPECT_EQ(machine_.dataFile("launch.state"), "launching");
-  const std::uint64_t second = until(run, "game process did not appear", 170000);
-  EXPECT_GE(second, 119000U);
-  EXPECT_LE(second, 150000U);
-  const stage::RunResult result = run.wait();
-  EXPECT_EQ(result.exitCode, 0U);
-  EXPECT_EQ(maskedLog(result),
+  playCutShort();
+  EXPECT_EQ(pausesAfterStartOf(machine_.steamExe()), 60);
+  EXPECT_EQ(pausesAfterStartOf(game), 240);
+  EXPECT_EQ(log(),
             (Lines{e2e::kStartLine, "steam persona not found, using ini player: runner",
                    "difficulty chooser skipped (in-game difficulty is authoritative)",
                    "no server configured, using cached data", "timer overlay: 0", kLaunching,

@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cctype>
-
 #include "tests/e2e/call_trace.h"
 #include "tests/e2e/support.h"
 
@@ -33,6 +31,9 @@ class TimelineTest : public testing::Test {
       server_.answer("GET", target, stage::Reply::text(text));
     }
     machine_.putUpStandardMachine(server_.url());
+    stage::Ini settings = machine_.standardIni(server_.url());
+    settings.emplace_back("timer", "1");
+    machine_.writeIni(settings);
     machine_.setGame(e2e::staysAfterRun(machine_, run_.text()));
     std::filesystem::remove(machine_.gameFolder() / "dwmapi.dll");
     lastWeek_.week = "2026-W46";
@@ -41,55 +42,38 @@ class TimelineTest : public testing::Test {
   ~TimelineTest() override { machine_.endPrograms(); }
 
   /// Runs the launcher; the player closes the game as soon as the launcher says "playing".
+  /// LiveSplit and the game are up before the launcher looks for them for the first time.
   std::optional<std::uint32_t> play() {
     const std::string state = textOf(machine_.data() / "launch.state");
     e2e::CallTrace trace(machine_.root(), machine_.timeline(),
                          [&](std::string_view path, std::string_view bytes) {
                            if (path == state && bytes == "playing") machine_.endGame();
                          });
-    return trace.run(machine_.launcher(), 60000);
-  }
-
-  /// An event as one line without its line end. The stage's folder is written "@", the
-  /// game's "GAME"; a line of the log stands behind "log".
-  [[nodiscard]] std::string lineOf(const stage::Event& event) const {
-    const std::string root = textOf(machine_.root());
-    std::string rootInRegistry = root;
-    rootInRegistry[0] = static_cast<char>(std::tolower(rootInRegistry[0]));
-    std::string line = event.who + " " + event.what + " " + event.text;
-    line = stage::replaceAll(std::move(line), textOf(machine_.gameFolder()), "GAME");
-    line = stage::replaceAll(std::move(line), root, "@");
-    line = stage::replaceAll(std::move(line), rootInRegistry, "@");
-    line = stage::replaceAll(std::move(line), "launcher write @\\app\\launcher.log ", "log ");
-    if (line.ends_with("\r\n")) line.resize(line.size() - 2);
-    if (line.ends_with('\n')) line.pop_back();
-    return e2e::maskStamps(e2e::maskNumbers(std::move(line)));
-  }
-
-  /// What the launcher and those that it waits for did, in order. The others come up when
-  /// they come up.
-  [[nodiscard]] Lines inStep() const {
-    Lines lines;
-    for (const stage::Event& event : machine_.timeline().events()) {
-      const bool waitedFor = (event.who == "game" || event.who == "card") && event.what == "exit";
-      if (event.who == "launcher" || event.who == "server" || event.who == "timer" || waitedFor) {
-        lines.push_back(lineOf(event));
-      }
-    }
-    return lines;
+    trace.ownCalls().before("connect", [&](const stage::Debugger::Call&) {
+      EXPECT_TRUE(machine_.timeline().waitFor("livesplit", "listening"));
+    });
+    trace.ownCalls().before("Sleep", [&](stage::Debugger::Call& call) {
+      if (call.argument<std::uint32_t>(1) != 500) return;
+      EXPECT_TRUE(machine_.timeline().waitFor("game", "start"));
+      call.setArgument(1, 0);
+    });
+    const std::optional<std::uint32_t> exitCode = trace.run(machine_.launcher(), 60000);
+    calls_ = trace.ownCalls().linesWithoutRepeats();
+    return exitCode;
   }
 
   /// What one of the programs noted of itself.
   [[nodiscard]] Lines eventsOf(std::string_view who) const {
     Lines lines;
     for (const stage::Event& event : machine_.timeline().events(who)) {
-      lines.push_back(lineOf(event));
+      lines.push_back(e2e::lineOf(event, machine_));
     }
     return lines;
   }
 
   const stage::Receipt run_ = stage::finishedRun();
   stage::Receipt lastWeek_ = stage::finishedRun();
+  Lines calls_;  // the launcher's own
   stage::Stage machine_{"line"};
   stage::RaceServer server_{{.timeline = machine_.timeline()}};
 };
@@ -112,7 +96,7 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
       R"( --rank 1 --points 100 --msg "login code: kq7-4821")";
 
   EXPECT_EQ(
-      inStep(),
+      e2e::linesInStep(machine_),
       (Lines{
           "log === KOV launcher start (build 2026-10-28 13:45) ===",
           R"(log steam detected: @\steam\steam.exe)",
@@ -162,8 +146,8 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
           R"(launcher write @\data\board.tsv 1;runner)",
           "log board.tsv updated from server",
           // Flags and the queue
-          R"(launcher write @\data\timer.enabled 0)",
-          "log timer overlay: 0",
+          R"(launcher write @\data\timer.enabled 1)",
+          "log timer overlay: 1",
           R"(launcher write @\data\board.toggle 0)",
           R"(launcher write @\data\timer.enabled 0)",
           R"(server request POST /submit {"player":"竞速玩家","difficulty":"normal",)" +
@@ -228,6 +212,38 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
           "log === KOV launcher done ===",
           "launcher exit 0",
       }));
+
+  // What it asked of the system for that.
+  const std::string root = textOf(machine_.root());
+  const auto start = [&](const std::string& commandLine) {
+    return e2e::callsOfStart(stage::replaceAll(commandLine, "@", root));
+  };
+  const std::string steamAsFound = stage::replaceAll(steam, "@", "s:" + root.substr(2));
+  const Lines steamLeft = {"CloseHandle steam.exe thread", "CloseHandle steam.exe process"};
+  const Lines liveSplitLeft = {"CloseHandle LiveSplit.exe thread",
+                               "CloseHandle LiveSplit.exe process"};
+  const Lines cardLeft = {"CloseHandle kov_result.exe thread",
+                          "CloseHandle kov_result.exe process"};
+  EXPECT_EQ(e2e::asText(calls_),
+            e2e::asText(e2e::joined({
+                start(timer), liveSplitLeft,
+                e2e::callsOfTimer("getcurrenttimerphase"),
+                e2e::callsOfHttp("GET /week/current"), e2e::callsOfHttp("GET /leaderboard"),
+                e2e::callsOfHttp("GET /board-data"), e2e::callsOfHttp("GET /board-en"),
+                e2e::callsOfHttp("GET /leaderboard.txt"),
+                e2e::callsOfHttp("GET /leaderboard.tsv"), e2e::callsOfHttp("POST /submit"),
+                start(steamAsFound), steamLeft,
+                {"Sleep 500", "OpenProcess 0x100000, inherits 0",
+                 "WaitForSingleObject opened process without limit",
+                 "CloseHandle opened process", "GetLocalTime"},
+                start(progressCard),
+                e2e::callsOfTimer("getfinaltime"), e2e::callsOfTimer("getcurrenttimerphase"),
+                e2e::callsOfTimer("getfinaltime"), e2e::callsOfTimer("getfinaltime"),
+                e2e::callsOfHttp("POST /submit"),
+                {"WaitForSingleObject kov_result.exe process 4000"}, cardLeft,
+                start(resultCard),
+                {"WaitForSingleObject kov_result.exe process 15000"}, cardLeft,
+            })));
 
   // And each of the programs as it saw itself.
   ASSERT_TRUE(machine_.timeline().waitFor("browser", "open"));
