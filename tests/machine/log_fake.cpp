@@ -55,6 +55,7 @@ void logLine(const char* format, ...) {
     (void)here().files.append(*here().logPath, bytes);
   }
   here().console += bytes;
+  here().logged.push_back(line);
 }
 
 void consolePrint(const char* format, ...) {

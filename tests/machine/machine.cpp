@@ -235,6 +235,7 @@ int Machine::run(const std::wstring& argument) {
   calls.clear();
   record.clear();
   console.clear();
+  logged.clear();
   logPath.reset();
   nextFault_ = 0;
   std::wstring program_name = toWide(program);

@@ -197,6 +197,7 @@ class Machine {
   std::vector<Call> calls;              ///< of the last run, in their order
   std::vector<std::string> record;      ///< the same, with arguments and results
   std::string console;                  ///< bytes, of the last run
+  std::vector<std::string> logged;      ///< lines, of the last run
   std::vector<Box> boxes;               ///< of all runs
   std::vector<std::string> browser;     ///< addresses, of all runs
   std::vector<Request> requests;        ///< that reached a server, of all runs

@@ -40,13 +40,7 @@ TEST_P(NamedWorlds, runIsExactlyThis) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, NamedWorlds, ::testing::ValuesIn(namedWorlds()),
-                         [](const auto& world) {
-                           std::string name;
-                           for (const char c : world.param.name) {
-                             if (c != ' ') name += c;
-                           }
-                           return name;
-                         });
+                         [](const auto& world) { return testName(world.param); });
 
 }  // namespace
 }  // namespace worlds

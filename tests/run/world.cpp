@@ -95,7 +95,6 @@ Scene::Scene(const World& put) : world(put), machine(put.page) {
   machine.program = machine::fromUtf8(app() + "\\launcher.exe");
   machine.localAppData = u"C:\\Users\\runner\\AppData\\Local";
   machine.files.put(app() + "\\launcher.exe", "MZ");
-  if (world.hasDataFolder) machine.files.makeFolder(data());
   putIni();
   putSteam();
   putGame();
@@ -110,12 +109,18 @@ Scene::Scene(const World& put) : world(put), machine(put.page) {
   if (world.oldReceipt) {
     finished[kOld] = receiptOf(kOld);
     machine.files.put(receipt(), finished[kOld]);
+    machine.files.put(data() + "\\receipts\\receipt_20261114_201501.json", finished[kOld]);
   }
   if (world.savedToken) machine.files.put(data() + "\\profile_token.txt", "kq7-4821");
   if (world.dataIsReadOnly) {
     machine::File& folder = machine.files.makeFolder(data());
     folder.denied = true;
   }
+  machine.files.put(world.root + "\\notes.txt", "the player's own");
+  if (world.hasDataFolder) {
+    machine.files.put(data() + "\\receipts\\receipt_20261107_200000.json", receiptOf("1000"));
+  }
+  machine.files.put(std::string(kGameFolder) + "\\save.dat", "the game's own");
   machine.files.setFull('C', world.diskIsFull);
 }
 
@@ -151,6 +156,8 @@ void Scene::putIni() {
 std::string Scene::gameExe() const {
   return std::string(kGameFolder) + "\\Backrooms-Win64-Shipping.exe";
 }
+
+std::string Scene::gameFolder() const { return kGameFolder; }
 
 void Scene::putSteam() {
   if (world.steam == Steam::none) return;
@@ -202,14 +209,30 @@ void Scene::playGame(unsigned long process) {
 void Scene::writeResult(Plays plays, const std::string& seed) {
   if (plays == Plays::nothing) return;
   const std::string result = resultOf(plays, seed);
-  const bool isFinished = plays != Plays::unfinished && plays != Plays::garbage;
-  if (isFinished) finished[seed] = result;
-  // The game is another program: what it may not write, it does not.
   if (plays == Plays::modResult) {
-    (void)machine.files.write(machine::fromUtf8(data() + "\\kovw_result.json"), result);
-    (void)machine.files.write(machine::fromUtf8(receipt()), resultOf(Plays::unfinished, seed));
+    write(data() + "\\kovw_result.json", result, Loss::modOverwritten);
+    write(receipt(), resultOf(Plays::unfinished, seed), Loss::overwritten);
   } else {
-    (void)machine.files.write(machine::fromUtf8(receipt()), result);
+    write(receipt(), result, Loss::overwritten);
+  }
+}
+
+/// What the game writes replaces what lay there; a finished run of which there was nothing
+/// else is lost by that.
+void Scene::write(const std::string& path, const std::string& bytes, Loss loss) {
+  const std::string before = machine.files.bytesOf(path).value_or("");
+  // The game is another program: what it may not write, it does not.
+  if (machine.files.write(machine::fromUtf8(path), bytes) != machine::FileError::none) return;
+  results.push_back(bytes);
+  for (const auto& [seed, whole] : finished) {
+    const bool kept = accepted(seed) > 0 || isInReceipt(seed) || isQueued(seed) ||
+                      isArchived(seed);
+    if (before == whole && !kept) losses[seed] = loss;
+  }
+  const std::string seed = seedIn(bytes);
+  if (machine.files.bytesOf(path) == receiptOf(seed) ||
+      machine.files.bytesOf(path) == resultOf(Plays::runningStatus, seed)) {
+    finished[seed] = bytes;
   }
 }
 
@@ -339,7 +362,7 @@ std::vector<World> namedWorlds() {
   add("happy", [](World&) {});
   add("offline", [](World& w) { w.race = Race::unreachable; });
   add("refused", [](World& w) { w.race = Race::refuses; });
-  add("queued", [](World& w) { w.queued = true; w.oldReceipt = true; });
+  add("queued", [](World& w) { w.queued = true; });
   add("mod result", [](World& w) { w.plays = {Plays::modResult}; });
   add("no card", [](World& w) { w.card = Card::none; w.savedToken = true; });
   add("no steam", [](World& w) {
@@ -375,6 +398,14 @@ std::vector<World> namedWorlds() {
   });
   add("detect", [](World& w) { w.argument = "--detect"; });
   return all;
+}
+
+std::string testName(const World& world) {
+  std::string name;
+  for (const char byte : world.name) {
+    if (byte != ' ') name += byte;
+  }
+  return name;
 }
 
 World namedWorld(std::string_view name) {

@@ -94,11 +94,21 @@ struct World {
 [[nodiscard]] std::vector<World> namedWorlds();
 [[nodiscard]] World namedWorld(std::string_view name);
 
+/// The world's name as a part of a test's name.
+[[nodiscard]] std::string testName(const World& world);
+
 /// The bytes of the receipt of a finished run with this seed.
 [[nodiscard]] std::string receiptOf(std::string_view seed);
 
 /// The lines of a text with CR LF, without their ends.
 [[nodiscard]] std::vector<std::string> linesOf(std::string_view text);
+
+/// How a run can be lost although nothing is wrong with the launcher, as docs/limits.md has
+/// it under "Where a finished run can be lost or doubled".
+enum class Loss {
+  overwritten,     ///< the next run overwrote the receipt before there was a copy
+  modOverwritten,  ///< the mod replaced its own result file, which is never copied
+};
 
 /// A world put up on a machine, and the race server that goes with it.
 class Scene {
@@ -113,6 +123,7 @@ class Scene {
   [[nodiscard]] std::string data() const { return world.root + "\\data"; }
   [[nodiscard]] std::string receipt() const { return world.root + "\\receipt.json"; }
   [[nodiscard]] std::string gameExe() const;
+  [[nodiscard]] std::string gameFolder() const;
   /// The log's lines, of all runs, without their line ends.
   [[nodiscard]] std::vector<std::string> log() const;
   /// A file of the data folder.
@@ -128,6 +139,8 @@ class Scene {
   World world;
   machine::Machine machine;
   std::map<std::string, std::string> finished;  ///< receipts of finished runs, by seed
+  std::map<std::string, Loss> losses;           ///< runs that the game overwrote, by seed
+  std::vector<std::string> results;             ///< all that the game wrote, in its order
 
  private:
   void putIni();
@@ -139,6 +152,7 @@ class Scene {
   void putRace();
   void playGame(unsigned long process);
   void writeResult(Plays plays, const std::string& seed);
+  void write(const std::string& path, const std::string& bytes, Loss loss);
   machine::Reply answer(const machine::Request& request);
   [[nodiscard]] std::string ansi(std::string_view text) const;
   [[nodiscard]] bool holds(std::string_view folder, const std::string& seed) const;
