@@ -1,8 +1,23 @@
 #include "core/paths.h"
 
+#include <cstdio>
+
 #include "core/text.h"
 
 namespace launcher {
+namespace {
+
+constexpr std::size_t kLongestEntryPath = 259;
+
+/// "\receipt_20250301_214502.json"
+std::string stampedFile(const char* prefix, const LocalTime& time) {
+  char name[96] = {};
+  (void)std::snprintf(name, sizeof(name), "\\%s%04d%02d%02d_%02d%02d%02d.json", prefix, time.year,
+                      time.month, time.day, time.hour, time.minute, time.second);
+  return name;
+}
+
+}  // namespace
 
 std::string folderWithBackslash(std::string_view path) {
   const std::size_t last = path.rfind('\\');
@@ -18,8 +33,8 @@ std::string localDataFolder(std::string_view localAppData) {
   return std::string(localAppData) + "\\KOV-Race";
 }
 
-std::string expandPlaceholders(std::string_view value, std::string_view programFolder,
-                               std::string_view localData) {
+std::string expandPath(std::string_view value, std::string_view programFolder,
+                       std::string_view localData) {
   return replaceAll(replaceAll(value, kAppDirPlaceholder, programFolder), kLocalDataPlaceholder,
                     localData);
 }
@@ -28,6 +43,19 @@ std::string inDataFolder(std::string_view dataFolder, std::string_view name) {
   std::string path(dataFolder);
   path.append("\\").append(name);
   return path;
+}
+
+std::string modResultPath(std::string_view dataFolder) {
+  return inDataFolder(dataFolder, kModResultFile);
+}
+
+std::string archivePath(std::string_view dataFolder, const LocalTime& time) {
+  return inDataFolder(dataFolder, kReceiptsFolder) + stampedFile("receipt_", time);
+}
+
+std::string pendingEntryPath(std::string_view dataFolder, const LocalTime& time) {
+  return (inDataFolder(dataFolder, kPendingFolder) + stampedFile("p_", time))
+      .substr(0, kLongestEntryPath);
 }
 
 }  // namespace launcher

@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "core/platform.h"
+
 namespace launcher {
 
 /// `path` up to and including its last backslash; whole when it has none.
@@ -22,9 +24,8 @@ inline constexpr std::string_view kLocalDataPlaceholder = "%LOCALDATA%";
 /// `value` with every "%APPDIR%" replaced by `programFolder` (which ends in a
 /// backslash) and then every "%LOCALDATA%" by `localData`. The second pass sees
 /// what the first inserted. Placeholders are exact in letter case.
-[[nodiscard]] std::string expandPlaceholders(std::string_view value,
-                                             std::string_view programFolder,
-                                             std::string_view localData);
+[[nodiscard]] std::string expandPath(std::string_view value, std::string_view programFolder,
+                                     std::string_view localData);
 
 // The data folder -------------------------------------------------------------
 //
@@ -54,5 +55,16 @@ inline constexpr char kPendingFolder[] = "pending";
 
 /// Path of `name` in the data folder.
 [[nodiscard]] std::string inDataFolder(std::string_view dataFolder, std::string_view name);
+
+/// Path of the mod's own result file.
+[[nodiscard]] std::string modResultPath(std::string_view dataFolder);
+
+/// Path of the archived copy of a receipt: \receipts\receipt_20250301_214502.json below the
+/// data folder. Two copies of one second get the same path.
+[[nodiscard]] std::string archivePath(std::string_view dataFolder, const LocalTime& time);
+
+/// Path of a queue entry saved at `time`: \pending\p_20250301_214502.json below the data
+/// folder, cut after 259 bytes. Two saves of one second get the same path.
+[[nodiscard]] std::string pendingEntryPath(std::string_view dataFolder, const LocalTime& time);
 
 }  // namespace launcher

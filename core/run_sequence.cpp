@@ -121,7 +121,7 @@ bool uploadWithProgress(const Settings& settings, Launch& launch) {
 /// The result file's text as it lies on disk now; empty once an accepted run's files
 /// are gone.
 std::string readRunText(const Settings& settings) {
-  const std::string modResult = inDataFolder(settings.data, kModResultFile);
+  const std::string modResult = modResultPath(settings.data);
   return readWholeFile(opensForReading(modResult) ? modResult : settings.receipt);
 }
 

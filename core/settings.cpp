@@ -62,7 +62,7 @@ void expandPaths(Settings& settings, Expansion run, std::string_view programFold
   for (const SettingKey& key : kSettingKeys) {
     if (key.expansion > run) continue;
     std::string& path = settings.*key.text;
-    path = expandPlaceholders(path, programFolder, localData);
+    path = expandPath(path, programFolder, localData);
   }
 }
 

@@ -84,7 +84,7 @@ inline constexpr SettingKey kSettingKeys[] = {
 [[nodiscard]] Settings parseSettings(std::string_view bytes);
 
 /// Fills in the placeholders of every path that is expanded in `run` (race, upload or
-/// everyMode). `programFolder` and `localData` are those of expandPlaceholders().
+/// everyMode). `programFolder` and `localData` are those of expandPath().
 void expandPaths(Settings& settings, Expansion run, std::string_view programFolder,
                  std::string_view localData);
 

@@ -1,6 +1,7 @@
 #include "core/settings_file.h"
 
 #include "core/file_io.h"
+#include "core/platform.h"
 
 namespace launcher {
 
@@ -8,6 +9,11 @@ Settings loadSettings(const std::string& path) {
   Settings settings = parseSettings(readWholeFile(path));
   settings.file = path;
   return settings;
+}
+
+std::string playerName(const Settings& settings) {
+  if (settings.player.empty()) return "anonymous";
+  return settings.playerFromSteam ? settings.player : ansiToUtf8(settings.player);
 }
 
 }  // namespace launcher

@@ -5,7 +5,6 @@
 #include "core/paths.h"
 #include "core/platform.h"
 #include "livesplit/client.h"
-#include "livesplit/layout.h"
 #include "livesplit/start_text.h"
 
 namespace launcher {

@@ -5,7 +5,6 @@
 #include "core/paths.h"
 #include "core/platform.h"
 #include "result/flat_json.h"
-#include "result/receipt_text.h"
 
 namespace launcher {
 namespace {
@@ -25,9 +24,8 @@ void archiveReceipt(const Settings& settings) {
     logLine("no receipt file found at %s", settings.receipt.c_str());
     return;
   }
-  const std::string folder = inDataFolder(settings.data, kReceiptsFolder);
-  const std::string archive = folder + "\\" + archiveName(localTimeNow());
-  createFolder(folder);
+  const std::string archive = archivePath(settings.data, localTimeNow());
+  createFolder(inDataFolder(settings.data, kReceiptsFolder));
   if (!writeWholeFile(archive, *receipt)) {
     logLine("failed to archive receipt");
     return;

@@ -6,7 +6,7 @@
 #include "core/log.h"
 #include "core/paths.h"
 #include "core/platform.h"
-#include "core/player.h"
+#include "core/settings_file.h"
 #include "core/text.h"
 #include "livesplit/client.h"
 #include "result/run_check.h"
@@ -42,7 +42,7 @@ void logProbe() {
 }
 
 ResultFile chooseResultFile(const Settings& settings) {
-  const std::string modResult = inDataFolder(settings.data, kModResultFile);
+  const std::string modResult = modResultPath(settings.data);
   if (!opensForReading(modResult)) return {settings.receipt, false};
   logLine("using kovw_result.json (in-game timer)");
   // The paths' texts decide: a receipt setting that names this very file stays a receipt.

@@ -4,10 +4,9 @@
 #include "core/log.h"
 #include "core/paths.h"
 #include "core/platform.h"
-#include "core/player.h"
+#include "core/settings_file.h"
 #include "core/text.h"
 #include "server/http.h"
-#include "server/pending_text.h"
 #include "server/server_text.h"
 
 namespace launcher {
@@ -26,7 +25,7 @@ bool resend(const Settings& settings, const std::string& url, const std::string&
 }  // namespace
 
 void savePending(const Settings& settings) {
-  std::string source = inDataFolder(settings.data, kModResultFile);
+  std::string source = modResultPath(settings.data);
   if (!pathExists(source)) source = settings.receipt;
   const std::optional<std::string> result = readFile(source);
   if (!result) return;

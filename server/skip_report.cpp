@@ -1,7 +1,7 @@
 #include "server/skip_report.h"
 
 #include "core/log.h"
-#include "core/player.h"
+#include "core/settings_file.h"
 #include "core/text.h"
 #include "server/http.h"
 #include "server/server_text.h"

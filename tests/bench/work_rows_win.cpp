@@ -13,7 +13,7 @@
 #include "core/settings.h"
 #include "rehearsal/stage/stage.h"
 #include "server/pending_queue.h"
-#include "server/pending_text.h"
+#include "server/server_text.h"
 #include "steam/mod_install.h"
 #include "tests/bench/bare_request_win.h"
 #include "tests/bench/loopback_server_win.h"

@@ -1,4 +1,4 @@
-#include "livesplit/layout.h"
+#include "livesplit/start_text.h"
 
 #include "tests/fuzz/fuzz_target.h"
 

@@ -1,4 +1,4 @@
-#include "server/pending_text.h"
+#include "server/server_text.h"
 #include "tests/fuzz/fuzz_target.h"
 
 KOV_FUZZ_TARGET(pendingBody) {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "core/text.h"
-#include "livesplit/layout.h"
+#include "livesplit/start_text.h"
 #include "livesplit/time_reply.h"
 #include "result/flat_json.h"
 #include "result/run_check.h"
