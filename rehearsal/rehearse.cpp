@@ -9,7 +9,7 @@
 //     rehearse.exe --check PACKAGE [--trial]
 //     rehearse.exe --play PACKAGE [SCENE]
 //
-// --trial (behind PACKAGE, also with --package) posts one trial submission to the server.
+// --trial (after PACKAGE, also with --package) posts one trial submission to the server.
 //
 // Exit code 0: as expected; 1: not as expected; 2: no such scene.
 

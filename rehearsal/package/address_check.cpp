@@ -37,7 +37,7 @@ std::string adviceForAuthority(const std::string& authority) {
   }
   const std::size_t colon = authority.find(':');
   if (colon != std::string::npos && !isPort(authority.substr(colon + 1))) {
-    return "write a port number behind the colon, or neither";
+    return "write a port number after the colon, or neither";
   }
   if (colon == 0) return "write a name before the port";
   if (std::min(colon, authority.size()) > kLongestHost) return "shorten the name";

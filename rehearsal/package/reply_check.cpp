@@ -52,7 +52,7 @@ Finding redirected(const std::string& base, const std::string& path, const WebRe
   const std::string what = "the server redirects " + path +
                            (reply.location.empty() ? "" : " to " + reply.location) + " (status " +
                            std::to_string(reply.status) + "), and no submission survives that";
-  const std::string address = addressBehindRedirect(base, path, reply.location);
+  const std::string address = addressAfterRedirect(base, path, reply.location);
   return failed(what, address.empty() ? "let the server answer " + path + " itself"
                                       : "write server=" + address);
 }
@@ -98,7 +98,7 @@ Finding judgeVerdict(const WebReply& reply) {
   if (value == "true" || value == "1" || value == "yes" || value == "ok") {
     return failed("the server accepts the trial submission in a spelling that the launcher does "
                   "not know: " + said,
-                  "write \"accepted\":true, with one blank behind the colon at the most");
+                  "write \"accepted\":true, with one blank after the colon at the most");
   }
   if (!value.empty() || reply.body.find("\"error\"") != std::string::npos) {
     return unseen("the server refuses the trial submission: " + said,
@@ -143,7 +143,7 @@ bool endsTheQuestions(const WebReply& reply) {
          (reply.outcome == Outcome::answered && isRedirect(reply));
 }
 
-std::string addressBehindRedirect(const std::string& base, const std::string& path,
+std::string addressAfterRedirect(const std::string& base, const std::string& path,
                                   const std::string& location) {
   std::string full = location;
   if (full.starts_with("//")) full = base.substr(0, base.find(':') + 1) + full;

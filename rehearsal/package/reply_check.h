@@ -16,7 +16,7 @@ bool endsTheQuestions(const WebReply& reply);
 
 /// The address to write into launcher.ini in place of `base` when `base` + `path` is redirected
 /// to `location`; "" when it is one of the same server.
-std::string addressBehindRedirect(const std::string& base, const std::string& path,
+std::string addressAfterRedirect(const std::string& base, const std::string& path,
                                   const std::string& location);
 
 /// The longest login code that a start of the launcher reads back.

@@ -17,7 +17,7 @@ namespace {
 constexpr char kLayout[] = "halvorn.lsl";
 constexpr char kPort[] = "16834";
 constexpr char kLost[] =
-    "LiveSplit cannot read its settings.cfg there and loses all settings for good, hotkeys too";
+    "LiveSplit cannot read its settings.cfg and loses all settings for good, hotkeys too";
 
 std::string shown(const Package& package, const fs::path& path) {
   return stage::textOf(path.lexically_relative(package.root));
@@ -121,8 +121,8 @@ Findings checkPackagedLiveSplit(const Package& package, const fs::path& program)
                            "put the race's layout at " + shown(package, layout)));
   }
   append(found, checkSettingsFile(package, program));
-  found.push_back(unseen("the folder into which a player unpacks",
-                         std::string("tell them: plain letters and digits; with other"
+  found.push_back(unseen("where players unpack this is up to them",
+                         std::string("tell them to keep to plain letters and digits; with other"
                                      " characters, & or < in the path ") + kLost));
   return found;
 }
