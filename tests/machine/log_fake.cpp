@@ -17,7 +17,8 @@ using machine::Machine;
 
 Machine& here() { return Machine::current(); }
 
-std::string formatText(const char* format, std::va_list values) {
+__attribute__((format(printf, 1, 0))) std::string formatText(const char* format,
+                                                             std::va_list values) {
   char* text = nullptr;
   const int length = vasprintf(&text, format, values);
   std::string result(text, length > 0 ? static_cast<std::size_t>(length) : 0);
