@@ -93,11 +93,21 @@ TEST(CardCommandLine, messageMayHoldOptionsAndQuotes) {
   EXPECT_EQ(result.message, u"say \"no\" --rank 5 --kind ok --msg \"x\" done");
 }
 
+TEST(CardCommandLine, messageBeginsAtTheOptionThatHasAQuote) {
+  const ResultArguments result =
+      parsedResult(u" --kind fail --ending say --msg twice --rank 2 --msg \"no\"");
+  EXPECT_EQ(result.ending, u"say --msg twice");
+  EXPECT_EQ(result.rank, u"2");
+  EXPECT_EQ(result.message, u"no");
+}
+
 TEST(CardCommandLine, unclosedMessageRunsToTheEnd) {
   EXPECT_EQ(parsedResult(u" --kind fail --msg \"never closed").message, u"never closed");
   EXPECT_EQ(parsedResult(u" --kind fail --msg \"").message, u"");
   EXPECT_EQ(parsedResult(u" --kind fail --msg").message, u"");
+  EXPECT_EQ(parsedResult(u" --kind fail --msg").kind, u"fail");
   EXPECT_EQ(parsedResult(u" --kind fail --msg no quotes").message, u"no quotes");
+  EXPECT_EQ(parsedResult(u" --kind fail --ending a --msgs b").message, u"");
 }
 
 TEST(CardCommandLine, progressHasItsFile) {

@@ -50,6 +50,8 @@ TEST(CardLineBreak, longWordsAreCutWhereTheLineEnds) {
 TEST(CardLineBreak, whatDoesNotFitEndsInAnEllipsis) {
   EXPECT_EQ(broken(u"one two three four", 70, 2), (Lines{u"one two", u"three…"}));
   EXPECT_EQ(fitLine(u"abcdefgh", 60, PlainMeasure()), u"abcd…");
+  EXPECT_EQ(fitLine(u"abcdef", 60, PlainMeasure()), u"abcdef");
+  EXPECT_EQ(fitLine(u"   ab   ", 20, PlainMeasure()), u"ab");
 }
 
 TEST(CardLineBreak, pairsStayWhole) {
@@ -62,6 +64,13 @@ TEST(CardLineBreak, pairIsNotSplitWhereItsHalfWouldFit) {
   EXPECT_EQ(broken(u"a😀，，", 50), (Lines{u"a", u"😀", u"，，"}));
 }
 
+TEST(CardLineBreak, firstAndLastPairsAreWholeToo) {
+  for (const std::u16string pair : {u"\U00010000", u"\U0010FFFF", u"\U000103FF", u"\U0010FC00"}) {
+    EXPECT_EQ(broken(pair + pair, 70), (Lines{pair, pair}));
+    EXPECT_EQ(broken(pair + u"a", 10), (Lines{pair, u"a"}));
+  }
+}
+
 TEST(CardLineBreak, halfAPairIsACharacterOfItsOwn) {
   const std::u16string lead(1, u'\xD83D');
   EXPECT_EQ(broken(lead + u"a", 0), (Lines{lead, u"a"}));
@@ -69,6 +78,18 @@ TEST(CardLineBreak, halfAPairIsACharacterOfItsOwn) {
   EXPECT_EQ(broken(lead + u"\xE000", 0), (Lines{lead, u"\xE000"}));
   EXPECT_EQ(broken(u"ab" + lead, 30), (Lines{u"ab", lead}));
   EXPECT_EQ(broken(u"ab" + lead + u"，cd", 40), (Lines{u"ab", lead + u"，", u"cd"}));
+}
+
+TEST(CardLineBreak, halfAPairBreaksAsAnIdeographDoes) {
+  const std::u16string lead(1, u'\xD83D');
+  const std::u16string trail(1, u'\xDE00');
+  EXPECT_EQ(broken(u"ab" + lead + u"cd", 40), (Lines{u"ab" + lead, u"cd"}));
+  EXPECT_EQ(broken(u"ab" + trail, 20), (Lines{u"ab", trail}));
+  EXPECT_EQ(broken(u"\xDC00\xDC00", 20), (Lines{u"\xDC00", u"\xDC00"}));
+}
+
+TEST(CardLineBreak, blankAllowsABreakBesideAnyPunctuation) {
+  EXPECT_EQ(broken(u"x（ ，cd", 50), (Lines{u"x（", u"，cd"}));
 }
 
 // Two of each beside a Latin letter: those that break anywhere go as far as they fit.

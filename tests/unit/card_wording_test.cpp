@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace launcher::card {
@@ -238,7 +239,18 @@ TEST(CardClipText, pairsStayWhole) {
 }
 
 TEST(CardWording, progressTellsItsStates) {
-  EXPECT_EQ(describeProgress(UploadState::uploading).windowTitle, u"KOV 周赛 – 正在上传成绩…");
+  const auto shown = [](UploadState state) {
+    const ProgressContent content = describeProgress(state);
+    EXPECT_EQ(content.windowTitle, u"KOV 周赛 – " + content.heading);
+    return std::pair(content.kind, content.heading + u"|" + content.hint);
+  };
+  EXPECT_EQ(shown(UploadState::uploading),
+            std::pair(Kind::progress, std::u16string(u"正在上传成绩…|请先不要关掉启动器")));
+  EXPECT_EQ(shown(UploadState::waiting), shown(UploadState::uploading));
+  EXPECT_EQ(shown(UploadState::done),
+            std::pair(Kind::ok, std::u16string(u"上传完成|正在打开结果…")));
+  EXPECT_EQ(shown(UploadState::failed),
+            std::pair(Kind::fail, std::u16string(u"上传没有完成|正在打开说明…")));
   EXPECT_EQ(describeProgress(UploadState::done).heading, u"上传完成");
   EXPECT_EQ(describeProgress(UploadState::failed).heading, u"上传没有完成");
 }

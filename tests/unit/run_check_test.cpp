@@ -109,7 +109,7 @@ TEST(RunCheck, everyEndingMapIsFoundAnywhereInAName) {
 
 TEST(RunCheck, otherMapsMakeNone) {
   for (const char* map : {"", "Level 0", "399", "39 99", "tunnel", "TUNNEL", "FinalEscape",
-                          "Final escape", "neon", "ENDING", "Ending:", "Arcade"}) {
+                          "Tunne", "Final Escap", "Neo", "Final escape", "neon", "ENDING", "Ending:", "Arcade"}) {
     expectNoEnding("{\"map\":\""s + map + "\",\"t\":5}");
   }
 }
@@ -340,6 +340,13 @@ TEST(RunCheck, anyRawTotalIsReplaced) {
   EXPECT_EQ(empty->text, "{\"total\":100000.00}");
 }
 
+TEST(RunCheck, hugeTotalIsCutAt63Bytes) {
+  const std::optional<ReplacedTotal> replaced = replaceTotal("{\"total\":5}", 1e80);
+  ASSERT_TRUE(replaced.has_value());
+  EXPECT_EQ(replaced->text,
+            "{\"total\":100000000000000000026609864708367276537402401181200809098131977}");
+}
+
 TEST(RunCheck, totalThatIsAbsentOrOpenIsNotReplaced) {
   for (const char* text : {"", "{}", "{\"total\" :5}", "{\"x\":1,\"total\":5", "{\"Total\":5}"}) {
     EXPECT_FALSE(replaceTotal(text, 9.0).has_value()) << text;
@@ -350,6 +357,9 @@ TEST(RunCheck, difficultyOfTheGameIsOneOfThree) {
   EXPECT_EQ(gameDifficulty("{\"difficulty\":\"easy\"}"), "easy");
   EXPECT_EQ(gameDifficulty("{\"difficulty\":\"normal\"}"), "normal");
   EXPECT_EQ(gameDifficulty(kRealReceipt), "nightmare");
+  // The first key with a text counts, not the first key.
+  EXPECT_EQ(gameDifficulty("{\"difficulty\":2,\"difficulty\":\"easy\"}"), "easy");
+  EXPECT_EQ(gameDifficulty("{\"difficulty\":\"easy\",\"difficulty\":\"normal\"}"), "easy");
 }
 
 TEST(RunCheck, otherDifficultiesOfTheGameAreIgnored) {
