@@ -289,10 +289,11 @@ class Reader:
                 if one[0] in FIXED or two[0] in FIXED:
                     continue
                 texts = [self.bytes[b:e] for _, b, e in (one, two)]
-                if is_operation:
-                    if not all(b"(" in text for text in texts):
-                        continue
-                elif Kind.DECL_STMT in (one[0], two[0]):
+                # Two that call nothing have no order; in the text logic nothing but a change
+                # of the same value has one.
+                if not all(b"(" in text or b"+=" in text for text in texts):
+                    continue
+                if not is_operation and not NO_EXPRESSION.isdisjoint((one[0], two[0])):
                     continue
                 between = self.bytes[one[2]:two[1]]
                 self.add("order", one[1], two[2], texts[1] + between + texts[0],

@@ -105,7 +105,7 @@ class Tree:
         self.root, self.tree = root, tree
         self.scratch = f"{tree}/mutants"
         os.makedirs(self.scratch, exist_ok=True)
-        self.arguments, self.operations = {}, set()
+        self.arguments, self.operations, self.optimised = {}, set(), {}
         for entry in json.load(open(f"{tree}/compile_commands.json", encoding="utf-8")):
             command = entry["command"]
             if not any(part in command for part in TEXT_LIBRARIES + (OPERATIONS,)):
@@ -116,7 +116,7 @@ class Tree:
             if OPERATIONS in command:
                 self.operations.add(file)
         self.programs = [TestProgram(tree, "unit_tests", ["tests/unit"])]
-        if os.path.isdir(f"{root}/tests/run"):
+        if os.path.exists(f"{tree}/tests/run_tests"):
             self.programs.append(TestProgram(tree, "run_tests", ["tests/run", "tests/machine"]))
         self.compiler = shutil.which("clang++")
         self.resource_folder = subprocess.run([self.compiler, "-print-resource-dir"], check=True,
@@ -133,7 +133,8 @@ class Tree:
                             "-o", f"{self.common}{level}.pch"], check=True)
 
     def reader_arguments(self, file):
-        return self.arguments[file] + ["-resource-dir", self.resource_folder]
+        return self.arguments[file] + ["-resource-dir", self.resource_folder, "-w", "-O0",
+                                       "-include-pch", f"{self.common}-O0.pch"]
 
     def compile(self, worker, file, text, level):
         """The changed file's object, or nothing when it does not compile."""
@@ -148,11 +149,13 @@ class Tree:
 
     def same_code(self, worker, file, old, new):
         """True when the compiler makes the same of both: no test can tell them apart."""
-        objects = []
-        for text in (old, new):
-            made = self.compile(worker, file, text, "-O2")
-            objects.append(open(made, "rb").read() if made else None)
-        return objects[0] == objects[1]
+        if (file, old) not in self.optimised:
+            self.optimised[file, old] = self.optimised_code(worker, file, old)
+        return self.optimised_code(worker, file, new) == self.optimised[file, old]
+
+    def optimised_code(self, worker, file, text):
+        made = self.compile(worker, file, text, "-O2")
+        return open(made, "rb").read() if made else None
 
     def programs_for(self, file):
         return [p for p in self.programs if file not in self.operations or p.name == "run_tests"]
@@ -261,20 +264,33 @@ class Batch:
     def compiled(self, text):
         """(object, lines with errors)"""
         built, source = self.built, f"{self.folder}/{os.path.basename(self.file)}"
+        changed = f"{self.folder}/changed.o"
+        if os.path.exists(source) and os.path.exists(changed) and self.is_newer(changed):
+            if open(source, "rb").read() == text:
+                return changed, []
         with open(source, "wb") as out:
             out.write(text)
         done = subprocess.run([built.compiler, *built.arguments[self.file], "-O0", "-w",
                                "-ferror-limit=0", "-fno-caret-diagnostics", "-include-pch",
-                               f"{built.common}-O0.pch", "-c", source, "-o",
-                               f"{self.folder}/changed.o"],
+                               f"{built.common}-O0.pch", "-c", source, "-o", changed],
                               stderr=subprocess.PIPE, text=True, check=False)
         if done.returncode == 0:
-            return f"{self.folder}/changed.o", []
+            return changed, []
+        if os.path.exists(changed):
+            os.remove(changed)
         with open(f"{self.folder}/errors.txt", "w", encoding="utf-8") as out:
             out.write(done.stderr)
         # Notes too: an error within a template's instance has its place in one.
         return None, [int(n) for n in re.findall(rf"^{re.escape(source)}:(\d+):\d+: (?:fatal )?error",
                                                  done.stderr, re.MULTILINE)]
+
+    def is_newer(self, changed):
+        """Than every header of the product; the standard library's do not change."""
+        made = os.path.getmtime(changed)
+        folders = {os.path.dirname(f) for f in self.built.arguments}
+        return all(os.path.getmtime(f"{self.built.root}/{folder}/{name}") < made
+                   for folder in folders for name in os.listdir(f"{self.built.root}/{folder}")
+                   if name.endswith(".h"))
 
     def outcome(self, worker, mutant):
         if mutant.key in self.rejected:
