@@ -9,8 +9,10 @@ extern "C" {
 
 ULONG_PTR __stack_chk_guard = 0;
 
-/// A buffer was overrun: nothing of this process can be trusted any more.
+/// A buffer was overrun: nothing of this process can be trusted any more. A fail-fast lets no
+/// handler of the process run, and Windows keeps a report of it.
 __attribute__((noreturn)) void __stack_chk_fail() {
+  __asm__ volatile("int $0x29" : : "c"(FAST_FAIL_STACK_COOKIE_CHECK_FAILURE));
   TerminateProcess(GetCurrentProcess(), static_cast<UINT>(STATUS_STACK_BUFFER_OVERRUN));
   for (;;) {
   }

@@ -20,6 +20,7 @@
 
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/launcher_run.h"
+#include "rehearsal/stage/program_start.h"
 #include "rehearsal/stage/text.h"
 
 namespace {
@@ -216,6 +217,43 @@ constexpr auto kOverrun = static_cast<std::uint32_t>(STATUS_STACK_BUFFER_OVERRUN
 TEST(Overrun, ofABufferIsStoppedBeforeItHappens) {
   EXPECT_EQ(overrun("copy", 16), 0U);
   EXPECT_EQ(overrun("copy", 17), kOverrun);
+}
+
+/// The exception that ends the program, as a debugger sees it.
+std::optional<EXCEPTION_RECORD> failureOf(const char* where, std::size_t bytes) {
+  const stage::StartedProgram program = stage::startProgram(
+      {.program = stage::programFolder() / "overrun.exe",
+       .arguments = stage::toWide(where) + L" " + std::to_wstring(bytes),
+       .flags = DEBUG_ONLY_THIS_PROCESS});
+  std::optional<EXCEPTION_RECORD> failure;
+  for (DEBUG_EVENT event{}; WaitForDebugEvent(&event, 20000);) {
+    const bool exception = event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT;
+    const EXCEPTION_RECORD& record = event.u.Exception.ExceptionRecord;
+    const bool failed = exception && record.ExceptionCode != EXCEPTION_BREAKPOINT;
+    if (failed) failure = record;
+    const HANDLE file = event.dwDebugEventCode == CREATE_PROCESS_DEBUG_EVENT
+                            ? event.u.CreateProcessInfo.hFile
+                        : event.dwDebugEventCode == LOAD_DLL_DEBUG_EVENT ? event.u.LoadDll.hFile
+                                                                         : nullptr;
+    if (file != nullptr) CloseHandle(file);
+    ContinueDebugEvent(event.dwProcessId, event.dwThreadId,
+                       failed ? DBG_EXCEPTION_NOT_HANDLED : DBG_CONTINUE);
+    if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT) break;
+  }
+  return failure;
+}
+
+// Windows keeps a report of such an end, not of one that a program orders itself.
+TEST(Overrun, isStoppedByAFailFast) {
+  EXPECT_FALSE(failureOf("stack", 16).has_value());
+  for (const char* where : {"copy", "stack"}) {
+    const std::optional<EXCEPTION_RECORD> failure = failureOf(where, 32);
+    ASSERT_TRUE(failure) << where;
+    EXPECT_EQ(failure->ExceptionCode, static_cast<DWORD>(STATUS_STACK_BUFFER_OVERRUN));
+    ASSERT_GE(failure->NumberParameters, 1U);
+    EXPECT_EQ(failure->ExceptionInformation[0],
+              std::uint64_t{FAST_FAIL_STACK_COOKIE_CHECK_FAILURE});
+  }
 }
 
 TEST(Overrun, ofTheStackIsStoppedWhenTheFunctionEnds) {
