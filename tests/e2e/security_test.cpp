@@ -6,7 +6,6 @@
 
 #include <windows.h>
 #include <shellapi.h>
-#include <tlhelp32.h>
 
 #include <cstring>
 #include <filesystem>
@@ -16,6 +15,7 @@
 
 #include "rehearsal/stage/stage.h"
 #include "tests/e2e/full_run.h"
+#include "tests/e2e/libraries_of.h"
 #include "tests/e2e/stop_points.h"
 #include "tests/e2e/support.h"
 
@@ -249,20 +249,6 @@ std::string emptyLibrary() {
   return bytes;
 }
 
-/// The files of the libraries that a process has loaded.
-std::set<std::string> librariesOf(DWORD processId) {
-  std::set<std::string> files;
-  const stage::WinHandle all =
-      stage::ownHandle(CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, processId));
-  MODULEENTRY32W entry{};
-  entry.dwSize = sizeof entry;
-  for (BOOL more = Module32FirstW(all.get(), &entry); more;
-       more = Module32NextW(all.get(), &entry)) {
-    files.insert(stage::toUtf8(entry.szExePath));
-  }
-  return files;
-}
-
 /// A launcher beside which a library of every name lies that Windows' own folder has, but for
 /// those that are loaded before a program's first instruction: Windows takes these from its
 /// own folder whatever lies beside the program. (Below Wine a plant that is found is replaced
@@ -310,10 +296,12 @@ class PlantedLibraries : public FullRunTest {
     }, 30000);
     EXPECT_FALSE(result.hang);
     loaded.erase(stage::textOf(machine.launcher()));
-    // Wine's own libraries load these two for themselves, by a way that no rule of the process
+    // Wine's own libraries load these three for themselves, by a way that no rule of the process
     // reaches; Windows' own take theirs from the system's folder.
     if (stage::runsUnderWine()) {
-      for (const char* name : {"bcrypt.dll", "crypt32.dll"}) loaded.erase(beside + name);
+      for (const char* name : {"bcrypt.dll", "crypt32.dll", "msimg32.dll"}) {
+        loaded.erase(beside + name);
+      }
     }
     return loaded;
   }

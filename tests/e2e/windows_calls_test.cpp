@@ -16,7 +16,9 @@
 #include <vector>
 
 #include "rehearsal/stage/debugger.h"
+#include "rehearsal/stage/message_boxes.h"
 #include "tests/e2e/debugged_run.h"
+#include "tests/e2e/libraries_of.h"
 #include "tests/e2e/upload_run.h"
 
 namespace e2e {
@@ -205,6 +207,54 @@ TEST_F(WindowsCalls, missingDisksAreMissingFilesBeforeTheFirstPathIsLookedAt) {
                     L""),
             (Lines{"SetThreadErrorMode 1 0", "GetFileAttributesA X:\\steam.exe",
                    "GetFileAttributesA X:\\game.exe"}));
+}
+
+// --- the message boxes ----------------------------------------------------------------------
+
+class BoxLook : public ::testing::Test {
+ protected:
+  /// The files of the process's libraries of this name.
+  static Lines librariesNamed(std::string_view name, DWORD processId) {
+    Lines found;
+    for (const std::string& file : librariesOf(processId)) {
+      const std::string last = "\\" + std::string(name);
+      if (file.size() > last.size() &&
+          _stricmp(file.c_str() + file.size() - last.size(), last.c_str()) == 0) {
+        found.push_back(file);
+      }
+    }
+    return found;
+  }
+
+  stage::Stage machine{"box"};
+};
+
+TEST_F(BoxLook, boxesHaveTheLookOfWindows) {
+  stage::MessageBoxWatcher player({.close = false});
+  machine.writeIni({{"game", "X:\\none.exe"}});
+  stage::LauncherRun run = machine.startLauncher();
+  ASSERT_TRUE(player.waitForBoxes(1));
+  // Common Controls 6 lies in a folder of its own; version 5, without it, in the system's.
+  const Lines controls = librariesNamed("comctl32.dll", run.processId());
+  ASSERT_EQ(controls.size(), 1U);
+  EXPECT_TRUE(stage::isLike(controls[0], "*winsxs*common-controls*_6.0.*")) << controls[0];
+  player.closeAll();
+  EXPECT_EQ(run.wait().exitCode, 1U);
+}
+
+// A start without a box pays nothing for their look.
+TEST_F(BoxLook, nothingOfItIsLoadedWithoutABox) {
+  stage::RunOptions options;
+  options.standardInput.clear();
+  options.keepInputOpen = true;
+  stage::LauncherRun run = machine.startLauncher("", options);
+  ASSERT_TRUE(run.waitForConsole(kEnterPrompt));
+  EXPECT_EQ(librariesNamed("kernel32.dll", run.processId()).size(), 1U);
+  for (const char* name : {"comctl32.dll", "uxtheme.dll", "user32.dll", "ole32.dll"}) {
+    EXPECT_EQ(librariesNamed(name, run.processId()), Lines{}) << name;
+  }
+  run.endInput();
+  EXPECT_EQ(run.wait().exitCode, 1U);
 }
 
 }  // namespace
