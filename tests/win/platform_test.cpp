@@ -13,7 +13,6 @@
 
 #include "core/file_io.h"
 #include "rehearsal/stage/files.h"
-#include "rehearsal/stage/launcher_run.h"
 #include "rehearsal/stage/process.h"
 #include "rehearsal/stage/stage.h"
 #include "rehearsal/stage/text.h"
@@ -272,11 +271,10 @@ TEST_F(Platform, processStartsInTheGivenFolder) {
 
 // The game must show its own boxes as it would without the launcher. (Below Wine a program gets
 // no mode from the one that starts it, whatever that has.)
-TEST_F(Platform, aMissingDiskIsAMissingFileForThisThreadAlone) {
-  stage::Stage::copyStandIn("probe.exe", folder / "probe.exe");
-  const auto modeOfAStartedProgram = [&] {
-    return stage::LauncherRun(folder / "probe.exe", "errormode", {}).wait().exitCode;
-  };
+TEST(PlatformErrors, aMissingDiskIsAMissingFileForThisThreadAlone) {
+  stage::Stage machine("mode");
+  stage::Stage::copyStandIn("probe.exe", machine.launcher());
+  const auto modeOfAStartedProgram = [&] { return machine.runLauncher("errormode").exitCode; };
   constexpr std::uint32_t kNoMode = 100;
   const DWORD processMode = SetErrorMode(0);
   ASSERT_EQ(modeOfAStartedProgram(), kNoMode);
