@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "server/http_win.h"
+#include "server/http.h"
 #include "tests/e2e/upload_run.h"
 #include "tests/unix_shell.h"
 

@@ -96,13 +96,13 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
       R"( --rank 1 --points 100 --msg "login code: kq7-4821")";
 
   EXPECT_EQ(
-      e2e::linesInStep(machine_),
-      (Lines{
+      e2e::asText(e2e::linesInStep(machine_)),
+      e2e::asText({
           "log === KOV launcher start (build 2026-10-28 13:45) ===",
           R"(log steam detected: @\steam\steam.exe)",
           R"(log game detected: GAME\Backrooms-Win64-Shipping.exe)",
           "log installing mod files from package...",
-          R"(launcher write GAME\dwmapi.dll MZ: the loader of the race mod)",
+          R"(launcher write GAME\dwmapi.dll MZ: a library of the race mod)",
           "log installed 1 files into GAME",
           "log mod install verified OK (4/4 files)",
           "log steam persona detected: 竞速玩家",
