@@ -3,9 +3,9 @@
 #include <array>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <iterator>
 
+#include "core/number.h"
 #include "core/text.h"
 #include "result/flat_json.h"
 #include "result/refusals.h"
@@ -37,7 +37,7 @@ int wholeMinutes(double seconds) {
 }
 
 std::string timeLine(const std::string& total) {
-  const double seconds = std::atof(total.c_str());
+  const double seconds = readDecimal(total.c_str());
   const int minutes = wholeMinutes(seconds);
   char line[64] = {};
   (void)std::snprintf(line, sizeof(line), "用时：%d:%05.2f\n\n", minutes, seconds - minutes * 60.0);

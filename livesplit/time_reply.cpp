@@ -4,6 +4,8 @@
 #include <climits>
 #include <cstdlib>
 
+#include "core/number.h"
+
 namespace launcher {
 namespace {
 
@@ -32,7 +34,7 @@ bool scanSeconds(const char* at, double& value) {
   if (*digits == '-' || *digits == '+') ++digits;
   if (*digits == '.') ++digits;
   if (!isDigit(*digits)) return false;
-  value = std::atof(at);
+  value = readDecimal(at);
   return true;
 }
 

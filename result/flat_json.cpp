@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "core/number.h"
 #include "core/text.h"
 
 namespace launcher {
@@ -98,7 +99,7 @@ std::string replaceRawValue(std::string_view text, std::string_view pattern,
 double numberAfterFrom(const std::string& text, std::string_view pattern, std::size_t start,
                        double absent) {
   const std::size_t hit = findText(text, pattern, start);
-  return hit == npos ? absent : std::atof(text.c_str() + hit + pattern.size());
+  return hit == npos ? absent : readDecimal(text.c_str() + hit + pattern.size());
 }
 
 double numberAfter(const std::string& text, std::string_view pattern, double absent) {

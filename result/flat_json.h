@@ -71,7 +71,7 @@ struct Span {
 [[nodiscard]] std::string replaceRawValue(std::string_view text, std::string_view pattern,
                                           std::string_view value);
 
-/// The number directly behind the first `pattern`, as the C library's atof reads it
+/// The number directly behind the first `pattern`, as readDecimal() reads it
 /// (leading blanks skipped, 0 when it is none); `absent` without the pattern.
 [[nodiscard]] double numberAfter(const std::string& text, std::string_view pattern,
                                  double absent);

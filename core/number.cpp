@@ -1,0 +1,37 @@
+#include "core/number.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <string>
+
+namespace launcher {
+namespace {
+
+bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
+const char* afterSign(const char* at) { return *at == '-' || *at == '+' ? at + 1 : at; }
+const char* afterDigits(const char* at) {
+  while (isDigit(*at)) ++at;
+  return at;
+}
+
+}  // namespace
+
+double readDecimal(const char* text) {
+  const char* at = text;
+  while (*at == ' ' || (*at >= '\t' && *at <= '\r')) ++at;
+  const bool negative = *at == '-';
+  at = afterSign(at);
+  if (at[0] == '0' && (at[1] == 'x' || at[1] == 'X')) return negative ? -0.0 : 0.0;
+  if (!isDigit(at[0]) && !(at[0] == '.' && isDigit(at[1]))) return 0.0;
+
+  at = afterDigits(at);
+  if (*at == '.') at = afterDigits(at + 1);
+  if ((*at == 'd' || *at == 'D') && isDigit(*afterSign(at + 1))) {
+    std::string known(text, afterDigits(afterSign(at + 1)));
+    known[static_cast<std::size_t>(at - text)] = 'e';
+    return std::atof(known.c_str());
+  }
+  return std::atof(text);
+}
+
+}  // namespace launcher
