@@ -3,6 +3,7 @@
 
 #include "rehearsal/stage/icon_picture.h"
 
+#include <cstdint>
 #include <cwchar>
 
 int wmain(int count, wchar_t** arguments) {
