@@ -62,7 +62,9 @@ std::string summary(const Findings& findings) {
                      std::to_string(countOf(findings, Finding::State::ok)) + " OK, " +
                      std::to_string(countOf(findings, Finding::State::failed)) + " failed";
   const auto warnings = countOf(findings, Finding::State::warned);
-  if (warnings > 0) text += ", " + std::to_string(warnings) + (warnings == 1 ? " warning" : " warnings");
+  if (warnings > 0) {
+    text += ", " + std::to_string(warnings) + (warnings == 1 ? " warning" : " warnings");
+  }
   const auto notSeen = countOf(findings, Finding::State::unseen);
   if (notSeen > 0) text += ", " + std::to_string(notSeen) + " cannot be seen from here";
   return text + ".";

@@ -15,7 +15,8 @@ using ::testing::StartsWith;
 
 TEST(AddressCheck, namesPortsAndPathsAreFine) {
   for (const std::string value :
-       {"https://race.test", "http://race.test:8080", "https://race.test/week/a", "https://10.0.0.1",
+       {"https://race.test", "http://race.test:8080", "https://race.test/week/a",
+        "https://10.0.0.1",
         "https://xn--fiq228c.test", "https://race.test:65535/"}) {
     EXPECT_EQ(checkAddress("server", value).state, Finding::State::ok) << value;
   }

@@ -185,7 +185,8 @@ TEST(ModCheck, filesOfTheGameAreTold) {
 TEST(ModCheck, otherLibrariesBesideTheGameAreAWarning) {
   const Findings found = checkModNames({"tbb12.dll"});
   EXPECT_TRUE(noneFailed(found));
-  EXPECT_THAT(complaints(found), ElementsAre("the mod folder's tbb12.dll is none that UE4SS brings"));
+  EXPECT_THAT(complaints(found),
+              ElementsAre("the mod folder's tbb12.dll is none that UE4SS brings"));
 }
 
 // LiveSplit's settings ------------------------------------------------------------------------
@@ -322,24 +323,27 @@ TEST_F(PackageCheck, missingSplitsAndLayoutAreTold) {
 TEST_F(PackageCheck, whatUnpackingElsewhereCostsIsSaid) {
   const Findings findings = checkPackage(openPackage(root, {}));
   EXPECT_THAT(asLines(findings),
-              HasSubstr("?       where players unpack this is up to them: tell them to keep to plain "
-                        "letters and digits; with other characters, & or < in the path LiveSplit "
+              HasSubstr("?       where players unpack this is up to them: tell them to keep to "
+                        "plain letters and digits; with other characters, & or < in the path LiveSplit "
                         "cannot read its settings.cfg and loses all settings for good, hotkeys "
                         "too\n"));
 }
 
 TEST_F(PackageCheck, splitsThatSpoilTimesAreAWarning) {
   write("livesplit/race.lss", stage::splitsFile("01:23:45.6780000"));
-  EXPECT_THAT(found(), ElementsAre("the splits file livesplit\\race.lss has times of earlier runs"));
+  EXPECT_THAT(found(),
+              ElementsAre("the splits file livesplit\\race.lss has times of earlier runs"));
   write("livesplit/race.lss",
-        stage::replaceAll(stage::splitsFile(), "<Segments>", "<Offset>-00:00:10</Offset><Segments>"));
+        stage::replaceAll(stage::splitsFile(), "<Segments>",
+                          "<Offset>-00:00:10</Offset><Segments>"));
   EXPECT_THAT(found(),
               ElementsAre("the splits file livesplit\\race.lss starts the timer at -10.00 s"));
   EXPECT_TRUE(noneFailed(checkPackage(openPackage(root, {}))));
 }
 
 TEST_F(PackageCheck, splitsThatLiveSplitCannotReadAreAWarning) {
-  for (const std::string text : {"", "no splits", "<Layout/>", "<Run><GameName>R&D</GameName></Run>"}) {
+  for (const std::string text :
+       {"", "no splits", "<Layout/>", "<Run><GameName>R&D</GameName></Run>"}) {
     write("livesplit/race.lss", text);
     EXPECT_THAT(found(),
                 ElementsAre("LiveSplit cannot read the splits file livesplit\\race.lss"))
