@@ -1,6 +1,7 @@
 #include "rehearsal/stage/stage.h"
 
 #include <windows.h>
+#include <shlwapi.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -48,6 +49,15 @@ void removeTree(const fs::path& folder) {
     }
     Sleep(20);
   }
+}
+
+/// The program with which Windows opens an address of this scheme; empty when none is known.
+fs::path openerOf(const wchar_t* scheme) {
+  wchar_t program[MAX_PATH] = {};
+  DWORD length = MAX_PATH;
+  const HRESULT result = AssocQueryStringW(ASSOCF_IS_PROTOCOL, ASSOCSTR_EXECUTABLE, scheme,
+                                           L"open", program, &length);
+  return SUCCEEDED(result) ? fs::path(program) : fs::path();
 }
 
 std::string modFileText(const fs::path& name) {
@@ -299,6 +309,9 @@ void Stage::installBrowser() {
 }
 
 std::vector<std::string> Stage::openedUrls() const {
+  if (!runsUnderWine() && openerOf(L"http") != bin() / "browser.exe") {
+    throw std::runtime_error("needs a person: the stage's browser.exe is not the default browser");
+  }
   std::vector<std::string> urls;
   for (Event& event : timeline_.events("browser", "open")) urls.push_back(std::move(event.text));
   return urls;

@@ -188,7 +188,8 @@ class Stage {
   /// real browser opens and nothing is recorded.
   void installBrowser();
   /// Every URL opened so far. A browser starts on its own time: wait with
-  /// timeline().waitFor("browser", "open") first when one must come.
+  /// timeline().waitFor("browser", "open") first when one must come. Throws
+  /// std::runtime_error "needs a person: ..." on a Windows that opens another browser.
   [[nodiscard]] std::vector<std::string> openedUrls() const;
 
   // The whole machine --------------------------------------------------------------------
