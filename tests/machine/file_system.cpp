@@ -20,7 +20,8 @@ bool hasDrive(std::u16string_view path) {
 }
 
 bool isInvalidUnit(char16_t unit) {
-  return unit < 0x20 || std::u16string_view(u"<>:\"|?*").find(unit) != std::u16string_view::npos;
+  return unit < 0x20 || unit == u'<' || unit == u'>' || unit == u':' || unit == u'"' ||
+         unit == u'|' || unit == u'?' || unit == u'*';
 }
 
 bool isDevice(std::u16string_view name) {

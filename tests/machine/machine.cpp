@@ -64,6 +64,14 @@ Units firstWord(const Units& commandLine) {
   return commandLine.substr(0, commandLine.find_first_of(u" \t"));
 }
 
+/// The failure itself where the call can fail so; else one of the call's own.
+Failure fitting(Call call, Failure how) {
+  const std::span<const Failure> ways = failuresOf(call);
+  if (ways.empty()) return Failure::none;
+  if (std::find(ways.begin(), ways.end(), how) != ways.end()) return how;
+  return ways[static_cast<std::size_t>(how) % ways.size()];
+}
+
 Units lastPart(const Units& path) { return path.substr(path.rfind(u'\\') + 1); }
 
 }  // namespace
@@ -247,11 +255,12 @@ int Machine::run(const std::wstring& argument) {
 Failure Machine::beginCall(Call call) {
   const std::size_t index = calls.size();
   if (index >= callLimit) throw Hang{"more than " + std::to_string(callLimit) + " calls"};
-  if (stopAt && stopAt->call == index && !stopAt->inMiddle) throw Stopped{};
+  const bool stops = stopAt && stopAt->call == index;
+  if (stops && !(stopAt->inMiddle && hasMiddle(call))) throw Stopped{};
   calls.push_back(call);
-  if (stopAt && stopAt->call == index) return Failure::stop;
+  if (stops) return Failure::stop;
   if (nextFault_ < faults.size() && faults[nextFault_].call == index) {
-    return faults[nextFault_++].how;
+    return fitting(call, faults[nextFault_++].how);
   }
   return Failure::none;
 }

@@ -55,7 +55,8 @@ enum class Failure : std::uint8_t {
 /// file emptied but not written, a request answered but not read.
 [[nodiscard]] bool hasMiddle(Call call);
 
-/// One call of the run fails. Calls are counted from 0.
+/// One call of the run fails, in this way or, where it cannot, in one of its own. Calls are
+/// counted from 0.
 struct Fault {
   std::size_t call = 0;
   Failure how = Failure::none;

@@ -18,9 +18,9 @@ struct FaultReport {
 
 inline constexpr std::size_t kMostReported = 20;
 
-/// Each call of the world's run fails in each way, one in each run; then the run is offered
-/// once more with --upload to a server that is up, which must take what was not taken.
-[[nodiscard]] FaultReport playEveryFault(const World& world);
+/// Each call of the world's run fails in each way, one in each run; with a `stride` only
+/// every such case.
+[[nodiscard]] FaultReport playEveryFault(const World& world, std::size_t stride = 1);
 
 /// Two calls fail in one run: every pair when `most` is 0, else so many of them, spread
 /// evenly over all pairs.

@@ -1,4 +1,4 @@
-// Every call of a run fails once, in every way in which Windows can fail it.
+// Calls of a run fail, one or two in each, in the ways in which Windows can fail them.
 
 #include <gtest/gtest.h>
 
@@ -9,6 +9,11 @@
 namespace worlds {
 namespace {
 
+// Every fault where nobody waits for it: scripts/soak faults and scripts/soak pairs. Here every
+// seventh fault of each world, and some pairs.
+constexpr std::size_t kStride = 7;
+constexpr std::size_t kPairs = 15;
+
 class Faults : public ::testing::TestWithParam<World> {};
 
 TEST_P(Faults, runKeepsToTheInvariantsWithoutAny) {
@@ -16,16 +21,15 @@ TEST_P(Faults, runKeepsToTheInvariantsWithoutAny) {
   EXPECT_EQ(violations(scene, play(scene)), std::vector<std::string>());
 }
 
-TEST_P(Faults, everyCallFailsOnceInEveryWay) {
-  const FaultReport report = playEveryFault(GetParam());
-  RecordProperty("runs", static_cast<int>(report.runs));
+TEST_P(Faults, oneCallFails) {
+  const FaultReport report = playEveryFault(GetParam(), kStride);
   EXPECT_GT(report.runs, 0U);
   EXPECT_EQ(report.broken, std::vector<std::string>());
 }
 
 TEST_P(Faults, twoCallsFail) {
-  const FaultReport report = playPairs(GetParam(), 400);
-  RecordProperty("runs", static_cast<int>(report.runs));
+  const FaultReport report = playPairs(GetParam(), kPairs);
+  EXPECT_GT(report.runs, 0U);
   EXPECT_EQ(report.broken, std::vector<std::string>());
 }
 

@@ -30,6 +30,16 @@ constexpr std::array<std::string_view, 14> kStateFiles = {
 /// What the launcher may do with a file.
 enum class Kind { log, receipt, modResult, queueEntry, archive, state, layout, mod, other };
 
+/// A logged line as it is written: text mode, and its end.
+std::string written(const std::string& line) {
+  std::string bytes;
+  for (const char byte : line + "\n") {
+    if (byte == '\n') bytes += '\r';
+    bytes += byte;
+  }
+  return bytes;
+}
+
 bool beginsWith(std::string_view text, std::string_view start) { return text.starts_with(start); }
 
 Kind kindOf(const Scene& scene, const std::string& path) {
@@ -121,10 +131,11 @@ void Check::logs() {
   }
   std::size_t at = 0;
   for (const std::string& line : machine().logged) {
-    const std::size_t hit = machine().console.find(line, at);
+    const std::string bytes = written(line);
+    const std::size_t hit = machine().console.find(bytes, at);
     require(hit != std::string::npos, "console lacks the line: " + line);
     if (hit == std::string::npos) return;
-    at = hit + line.size();
+    at = hit + bytes.size();
   }
   logsArrive();
 }
@@ -142,7 +153,7 @@ void Check::logsArrive() {
     if (machine().calls[call] == Call::openLog) open = !fails;
     if (machine().calls[call] != Call::logLine || line == machine().logged.size()) continue;
     const std::string& text = machine().logged[line++];
-    if (open && !fails) expected += text + "\r\n";
+    if (open && !fails) expected += written(text);
   }
   const std::string log =
       machine().files.bytesOf(scene_.app() + "\\launcher.log").value_or("");

@@ -22,6 +22,7 @@ constexpr char kGameFolder[] =
 constexpr char kHost[] = "race.example:80";
 constexpr std::int64_t kGameAfterSteamMs = 4000;
 constexpr std::int64_t kLateGameMs = 60000;
+constexpr std::int64_t kLastMomentMs = 145000;
 constexpr std::int64_t kGameMs = 900000;
 constexpr std::int64_t kTimerLoadsMs = 1200;
 constexpr std::int64_t kSilenceMs = 45000;
@@ -74,6 +75,11 @@ bool isWhole(const std::string& body) {
     if (!quoted && (byte == '}' || byte == ']')) --open;
   }
   return open == 0 && !quoted && body.ends_with('}');
+}
+
+bool saysAccepted(const std::string& reply) {
+  return reply.find("\"accepted\":true") != std::string::npos ||
+         reply.find("\"accepted\": true") != std::string::npos;
 }
 
 }  // namespace
@@ -130,9 +136,10 @@ std::string Scene::ansi(std::string_view text) const {
 
 void Scene::putIni() {
   if (!world.hasIni) return;
-  std::string ini = "# settings of the race\r\n";
+  std::string ini = world.iniHead + "# settings of the race\r\n";
   const auto set = [&](const char* key, const std::string& value) {
-    if (!value.empty()) ini += key + ("=" + ansi(value)) + "\r\n";
+    // A head may hold any key: what follows it takes every one back.
+    if (!value.empty() || !world.iniHead.empty()) ini += key + ("=" + ansi(value)) + "\r\n";
   };
   if (world.namesData) {
     set("receipt", receipt());
@@ -144,13 +151,12 @@ void Scene::putIni() {
   set("site", world.site);
   if (world.dryrun) set("dryrun", "1");
   if (world.timerFlag) set("timer", "1");
-  if (world.namesGame) set("game", gameExe());
-  if (world.mod != Mod::noPackage) set("install_from", world.root + "\\pkg");
-  if (world.timer != Timer::none) {
-    set("livesplit", world.root + "\\ls\\LiveSplit.exe");
-    set("livesplit_lss", world.root + "\\ls\\race.lss");
-  }
-  machine.files.put(app() + "\\launcher.ini", ini);
+  set("game", world.namesGame ? gameExe() : "");
+  set("install_from", world.mod == Mod::noPackage ? "" : world.root + "\\pkg");
+  const bool hasTimer = world.timer != Timer::none;
+  set("livesplit", hasTimer ? world.root + "\\ls\\LiveSplit.exe" : "");
+  set("livesplit_lss", hasTimer ? world.root + "\\ls\\race.lss" : "");
+  machine.files.put(app() + "\\launcher.ini", ini + world.iniTail);
 }
 
 std::string Scene::gameExe() const {
@@ -165,10 +171,10 @@ void Scene::putSteam() {
   const std::string exe = std::string(kSteamFolder) + "\\steam.exe";
   machine.files.put(exe, "MZ");
   machine.files.put(std::string(kSteamFolder) + "\\steamapps\\libraryfolders.vdf",
-                    stage::libraryFoldersVdf({kSteamFolder, kLibrary}));
+                    world.libraries.value_or(stage::libraryFoldersVdf({kSteamFolder, kLibrary})));
   if (world.steam == Steam::registry) {
     machine.files.put(std::string(kSteamFolder) + "\\config\\loginusers.vdf",
-                      stage::loginUsersVdf({stage::SteamAccount{}}));
+                      world.users.value_or(stage::loginUsersVdf({stage::SteamAccount{}})));
   }
   machine.setProgram(exe, [this](Machine& on, const Start& start) {
     on.endAfter(start.id, 500);
@@ -179,6 +185,8 @@ void Scene::putSteam() {
       on.after(kGameAfterSteamMs, startGame);
     } else if (world.starts == Starts::late) {
       on.after(kLateGameMs, startGame);
+    } else if (world.starts == Starts::atLast) {
+      on.after(kLastMomentMs, startGame);
     }
   });
 }
@@ -187,7 +195,8 @@ void Scene::putGame() {
   if (!world.hasGame) return;
   machine.files.put(gameExe(), "MZ");
   machine.setProgram(gameExe(), [this](Machine& on, const Start& start) {
-    if (world.starts == Starts::never) {
+    const bool restarts = world.starts == Starts::atLast && on.now() < startedAt_ + kLastMomentMs;
+    if (world.starts == Starts::never || restarts) {
       on.endAfter(start.id, 0);
       return;
     }
@@ -199,16 +208,17 @@ void Scene::putGame() {
 
 void Scene::playGame(unsigned long process) {
   machine.after(kGameMs, [this, process](Machine& on) {
-    const Plays plays = games_ < world.plays.size() ? world.plays[games_] : Plays::nothing;
-    writeResult(plays, games_ == 0 ? kRun : kOther);
-    ++games_;
+    const std::size_t game = games_++;
+    const Plays plays = game < world.plays.size() ? world.plays[game] : Plays::nothing;
+    const std::string seed = game == 0 ? kRun : kOther;
+    const bool replaced = game == 0 && world.result && plays != Plays::nothing;
+    writeResult(plays, seed, replaced ? *world.result : resultOf(plays, seed));
     on.endProcess(process);
   });
 }
 
-void Scene::writeResult(Plays plays, const std::string& seed) {
+void Scene::writeResult(Plays plays, const std::string& seed, const std::string& result) {
   if (plays == Plays::nothing) return;
-  const std::string result = resultOf(plays, seed);
   if (plays == Plays::modResult) {
     write(data() + "\\kovw_result.json", result, Loss::modOverwritten);
     write(receipt(), resultOf(Plays::unfinished, seed), Loss::overwritten);
@@ -223,7 +233,7 @@ void Scene::write(const std::string& path, const std::string& bytes, Loss loss) 
   const std::string before = machine.files.bytesOf(path).value_or("");
   // The game is another program: what it may not write, it does not.
   if (machine.files.write(machine::fromUtf8(path), bytes) != machine::FileError::none) return;
-  results.push_back(bytes);
+  results.push_back(machine.files.bytesOf(path).value_or(""));  // less on a full disk
   for (const auto& [seed, whole] : finished) {
     const bool kept = accepted(seed) > 0 || isInReceipt(seed) || isQueued(seed) ||
                       isArchived(seed);
@@ -247,7 +257,10 @@ void Scene::putTimer() {
   machine.timerAnswers = [this](const std::string& command) -> std::optional<std::string> {
     if (world.timer == Timer::silent) return std::nullopt;
     const bool ended = games_ > 0 && world.timer != Timer::running;
-    if (command == "getcurrenttimerphase") return ended ? "Ended\n" : "NotRunning\n";
+    if (command == "getcurrenttimerphase") {
+      return world.timerPhase.value_or(ended ? "Ended\n" : "NotRunning\n");
+    }
+    if (world.timerReply) return *world.timerReply;
     if (world.timer == Timer::noTime) return "-\n";
     if (ended) return "00:12:34.6000000\n";
     return command == "getcurrenttime" ? "00:00:00\n" : "-\n";
@@ -309,6 +322,10 @@ Reply Scene::answer(const Request& request) {
     return {how, "board " + request.path + "\n"};
   }
   if (request.path != "/submit") return {how, "{}"};
+  if (world.reply) {
+    if (saysAccepted(*world.reply)) ++accepted_[seedIn(request.body)];
+    return {how, *world.reply};
+  }
   if (world.race == Race::refuses) {
     return {how, "{\"accepted\":false,\"error\":\"week window closed\"}"};
   }
@@ -319,6 +336,7 @@ Reply Scene::answer(const Request& request) {
 }
 
 int Scene::run(const std::string& argument) {
+  startedAt_ = machine.now();
   return machine.run(machine::toWide(machine::fromUtf8(argument)));
 }
 

@@ -36,6 +36,7 @@ enum class Plays {
 enum class Starts {
   bySteam,   ///< a few seconds after Steam was asked
   late,      ///< a minute after, when it has been started directly too
+  atLast,    ///< 145 s after Steam was asked, five before nobody waits any more
   directly,  ///< only when it is started itself
   never,
   running,   ///< it runs already
@@ -88,6 +89,16 @@ struct World {
   bool queued = false;              ///< a finished run waits in the queue
   bool oldReceipt = false;          ///< an earlier run's receipt was never delivered
   bool savedToken = false;
+
+  // Texts that replace what the world would have, for tests and fuzzers.
+  std::optional<std::string> result = {};     ///< what the first game writes
+  std::optional<std::string> reply = {};      ///< to every submission
+  std::optional<std::string> timerReply = {}; ///< to every question for a time
+  std::optional<std::string> timerPhase = {}; ///< to the question for the phase
+  std::optional<std::string> libraries = {};  ///< libraryfolders.vdf
+  std::optional<std::string> users = {};      ///< loginusers.vdf
+  std::string iniHead = {};                   ///< before the settings
+  std::string iniTail = {};                   ///< after them
 };
 
 /// The dozen worlds that stand for the cases of the player guide, each by its name.
@@ -151,7 +162,7 @@ class Scene {
   void putCard();
   void putRace();
   void playGame(unsigned long process);
-  void writeResult(Plays plays, const std::string& seed);
+  void writeResult(Plays plays, const std::string& seed, const std::string& result);
   void write(const std::string& path, const std::string& bytes, Loss loss);
   machine::Reply answer(const machine::Request& request);
   [[nodiscard]] std::string ansi(std::string_view text) const;
@@ -159,6 +170,7 @@ class Scene {
 
   std::map<std::string, int> accepted_;
   std::size_t games_ = 0;
+  std::int64_t startedAt_ = 0;  ///< of the last run of the launcher
 };
 
 }  // namespace worlds
