@@ -35,6 +35,7 @@ class Chinese {
     addPrivate(0xAA, 0xAF, 0xA1, 0xFE, 0xE000);
     addPrivate(0xF8, 0xFE, 0xA1, 0xFE, 0xE234);
     addPrivate(0xA1, 0xA7, 0x40, 0xA0, 0xE4C6);
+    fillGaps(0xE766);
     toBytes_[0x20AC] = 0x80;
     toBytes_[0xF8F5] = 0xFF;
   }
@@ -73,6 +74,15 @@ class Chinese {
     for (unsigned lead = firstLead; lead <= lastLead; ++lead) {
       for (unsigned trail = firstTrail; trail <= lastTrail; ++trail) {
         if (trail != 0x7F) set(lead, trail, unit++);
+      }
+    }
+  }
+
+  /// Windows gives every pair that is left a private character too.
+  void fillGaps(char16_t unit) {
+    for (unsigned lead = 0x81; lead <= 0xFE; ++lead) {
+      for (unsigned trail = 0x40; trail <= 0xFE; ++trail) {
+        if (trail != 0x7F && toUnits_[lead][trail] == 0) set(lead, trail, unit++);
       }
     }
   }
