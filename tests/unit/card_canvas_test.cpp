@@ -71,6 +71,14 @@ TEST(CardCanvas, anglesAFullTurnApartAreTheSame) {
   EXPECT_NE(painted(90), painted(180));
 }
 
+TEST(CardCanvas, thickLineIsAsThickAsItSays) {
+  Picture picture(50, 40);
+  const std::array strokes = {line({20, 20}, {30, 20})};
+  picture.canvas.draw(strokes, 12, kWhite);
+  for (int y = 0; y < 40; ++y) EXPECT_EQ(picture.at(25, y) != 0, y >= 14 && y < 26) << y;
+  for (int x = 0; x < 50; ++x) EXPECT_EQ(picture.at(x, 20) != 0, x >= 14 && x < 36) << x;
+}
+
 TEST(CardCanvas, noStrokesPaintNothing) {
   Picture picture(10, 10);
   picture.canvas.draw({}, 4, kWhite);

@@ -101,6 +101,18 @@ TEST(CardCommandLine, messageBeginsAtTheOptionThatHasAQuote) {
   EXPECT_EQ(result.message, u"no");
 }
 
+TEST(CardCommandLine, longerWordsAreNoOptions) {
+  const ResultArguments result = parsedResult(
+      u" --okay 1 --kinds 2 --totals 3 --difficulty2 4 --endings 5 --ranks 6 --points2 7");
+  EXPECT_EQ(result.ok, u"");
+  EXPECT_EQ(result.kind, u"");
+  EXPECT_EQ(result.total, u"");
+  EXPECT_EQ(result.difficulty, u"");
+  EXPECT_EQ(result.ending, u"");
+  EXPECT_EQ(result.rank, u"");
+  EXPECT_EQ(result.points, u"");
+}
+
 TEST(CardCommandLine, unclosedMessageRunsToTheEnd) {
   EXPECT_EQ(parsedResult(u" --kind fail --msg \"never closed").message, u"never closed");
   EXPECT_EQ(parsedResult(u" --kind fail --msg \"").message, u"");

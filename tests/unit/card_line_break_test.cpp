@@ -88,6 +88,46 @@ TEST(CardLineBreak, halfAPairBreaksAsAnIdeographDoes) {
   EXPECT_EQ(broken(u"\xDC00\xDC00", 20), (Lines{u"\xDC00", u"\xDC00"}));
 }
 
+TEST(CardLineBreak, nothingBehindTheTextIsLookedAt) {
+  const std::u16string text = u"ab😀";
+  EXPECT_EQ(broken(std::u16string_view(text).substr(0, 3), 60), Lines{text.substr(0, 3)});
+}
+
+TEST(CardLineBreak, pairThatIsTooWideIsALineAllTheSame) {
+  EXPECT_EQ(broken(u"😀", 10), Lines{u"😀"});
+}
+
+TEST(CardLineBreak, everyClosingSignStaysWithWhatItCloses) {
+  for (const char16_t sign : std::u16string(u"，。、；：！？）》」』】…—·,.;:!?)]}%")) {
+    const std::u16string one(1, sign);
+    EXPECT_EQ(broken(u"字字" + one, 40), (Lines{u"字", u"字" + one}));
+  }
+  EXPECT_EQ(broken(u"字字a", 40), (Lines{u"字字", u"a"}));
+}
+
+TEST(CardLineBreak, everyOpeningSignStaysWithWhatItOpens) {
+  for (const char16_t sign : std::u16string(u"（《「『【([{")) {
+    const std::u16string one(1, sign);
+    EXPECT_EQ(broken(u"字" + one + u"字", 40), (Lines{u"字", one + u"字"}));
+  }
+  EXPECT_EQ(broken(u"字a字", 40), (Lines{u"字a", u"字"}));
+}
+
+// One pixel for each letter, two for the ellipsis.
+class NarrowMeasure final : public TextMeasure {
+ public:
+  [[nodiscard]] int width(std::u16string_view text) const override {
+    int width = 0;
+    for (const char16_t unit : text) width += unit == u'…' ? 2 : 1;
+    return width;
+  }
+};
+
+TEST(CardLineBreak, onePixelIsRoomForALetterOfOne) {
+  EXPECT_EQ(fitLine(u"iiii", 3, NarrowMeasure()), u"i…");
+  EXPECT_EQ(fitLine(u"iiii", 2, NarrowMeasure()), u"…");
+}
+
 TEST(CardLineBreak, blankAllowsABreakBesideAnyPunctuation) {
   EXPECT_EQ(broken(u"x（ ，cd", 50), (Lines{u"x（", u"，cd"}));
 }

@@ -477,6 +477,14 @@ eeeeeeeeeeeeeeeeeeeeeeeeeeeeee
 )");
 }
 
+TEST(CardPaint, panelOfOnePixelIsPainted) {
+  CardLayout layout = frameOf(30, 20, 1);
+  layout.tags = {{5, 8, 6, 15}};
+  Picture picture(30, 20);
+  paintResult(picture.canvas, layout, testPalette());
+  EXPECT_EQ(picture.at(5, 10), 0x501090U);
+}
+
 TEST(CardPaint, placeWithoutAPodiumIsNotPainted) {
   Picture with(30, 20);
   Picture without(30, 20);

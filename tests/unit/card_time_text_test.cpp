@@ -62,6 +62,8 @@ TEST(CardTimeText, endlessNumbersAreNoTime) {
   EXPECT_EQ(shown(u"3600000"), u"none");
   EXPECT_EQ(shown(u"3599999.995"), u"none");
   EXPECT_EQ(shown(std::u16string(10000, u'9')), u"none");
+  // 754 more than 64 bits hold.
+  EXPECT_EQ(shown(u"18446744073709552370"), u"none");
   EXPECT_EQ(shown(u"1." + std::u16string(10000, u'9')), u"0:02.00");
 }
 

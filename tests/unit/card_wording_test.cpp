@@ -194,7 +194,29 @@ TEST(CardWording, unknownKindIsShownWithItsMessage) {
   EXPECT_EQ(content.kind, Kind::unknown);
   EXPECT_EQ(content.heading, u"比赛结果：weird");
   EXPECT_EQ(content.time, u"1:01.00");
+  EXPECT_EQ(content.timeLabel, u"用时");
+  EXPECT_EQ(content.tags, (Texts{u"主线结局", u"简单"}));
+  EXPECT_EQ(noteTexts(content), (Texts{u"这张卡片看不懂启动器传来的结果。",
+                                       u"详情见启动器窗口里的记录（launcher.log）。"}));
   EXPECT_EQ(content.detail, u"some words");
+}
+
+TEST(CardWording, unknownKindWithoutATimeHasNoTagsEither) {
+  const CardContent content =
+      describeResult({u"0", u"weird", u"0", u"easy", u"main", u"0", u"0", u""});
+  EXPECT_EQ(content.time, u"");
+  EXPECT_EQ(content.timeLabel, u"");
+  EXPECT_TRUE(content.tags.empty());
+}
+
+TEST(CardWording, longWordsAreCutAt48AndNumbersAt16) {
+  ResultArguments arguments = accepted();
+  arguments.ending = std::u16string(48, u'e');
+  arguments.difficulty = std::u16string(49, u'd');
+  arguments.points = std::u16string(16, u'p');
+  const CardContent content = describeResult(arguments);
+  EXPECT_EQ(content.tags, (Texts{std::u16string(48, u'e'), std::u16string(47, u'd') + u"…"}));
+  EXPECT_EQ(content.stats[1].value, std::u16string(16, u'p'));
 }
 
 TEST(CardWording, missingKindFollowsThePlainYes) {
@@ -257,14 +279,19 @@ TEST(CardWording, progressTellsItsStates) {
 
 TEST(CardWording, countdownCountsSeconds) {
   EXPECT_EQ(describeCountdown(12), u"12 秒后自动关闭");
+  EXPECT_EQ(describeCountdown(109), u"109 秒后自动关闭");
+  EXPECT_EQ(describeCountdown(1), u"1 秒后自动关闭");
   EXPECT_EQ(describeCountdown(0), u"0 秒后自动关闭");
   EXPECT_EQ(describeCountdown(-3), u"0 秒后自动关闭");
 }
 
 TEST(CardWording, startedByHandItExplainsItself) {
   const CardContent content = describeIdle();
-  EXPECT_FALSE(content.heading.empty());
-  EXPECT_EQ(content.notes.size(), 2U);
+  EXPECT_EQ(content.kind, Kind::unknown);
+  EXPECT_EQ(content.heading, u"比赛结果会显示在这里");
+  EXPECT_EQ(content.windowTitle, u"KOV 周赛 – 比赛结果会显示在这里");
+  EXPECT_EQ(noteTexts(content), (Texts{u"这是启动器的结果卡片，单独打开没有内容。",
+                                       u"请打开 launcher.exe 开始比赛。"}));
 }
 
 }  // namespace

@@ -178,6 +178,7 @@ TEST(RunCheck, splitsAreCountedByTheirIndexKeys) {
   EXPECT_EQ(countSplits(""), 0);
   EXPECT_EQ(countSplits("\"i\""), 0);
   EXPECT_EQ(countSplits("\"i\":"), 1);
+  EXPECT_EQ(countSplits("i\":0}"), 0);
   EXPECT_EQ(countSplits("\"i\":\"i\":\"i\":"), 3);
   EXPECT_EQ(countSplits("\"i\" :0,\"I\":1,i:2,\"ii\":3,\"i\": 4"), 1);
 }

@@ -64,6 +64,10 @@ TEST(Seed, valueThatIsNoPlainNumberGivesNoSeed) {
   EXPECT_EQ(scanSeed("{\"seed\": \t"), "");
 }
 
+TEST(Seed, nothingBehindTheTextIsRead) {
+  EXPECT_EQ(scanSeed(std::string_view("\"seed\":123456").substr(0, 9)), "1");
+}
+
 TEST(Seed, withoutTheKeyThereIsNoSeed) {
   EXPECT_EQ(scanSeed(""), "");
   EXPECT_EQ(scanSeed("{}"), "");
