@@ -153,6 +153,7 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--sort")
     parser.add_argument("--resume", action="store_true")
+    parser.add_argument("--slow", action="store_true")
     parser.add_argument("--list", action="store_true")
     parser.add_argument("--workers", type=int, default=2)
     parser.add_argument("--seconds", type=int)
@@ -160,7 +161,7 @@ def main():
     parser.add_argument("--tree", required=True)
     options = parser.parse_args()
 
-    built = tree.Tree(options.root, options.tree)
+    built = tree.Tree(options.root, options.tree, options.slow)
     unknown = set(options.file or ()) - set(built.arguments)
     if unknown:
         raise SystemExit(f"Neither text logic nor operation: {', '.join(sorted(unknown))}")
