@@ -19,7 +19,7 @@ struct SeenBox {
   /// "none", "error", "information", "warning", "question"; "unknown" when the box has an
   /// icon that is none of these.
   std::string icon;
-  /// Whether it is a topmost window. Always false under Wine, whose boxes ignore that wish:
+  /// Whether it is a topmost window. Always false under Wine 8, whose boxes ignore that wish:
   /// the exact style of a box is in RunResult::boxCalls.
   bool topmost = false;
   bool owned = false;          ///< it has an owner window

@@ -4,6 +4,7 @@
 
 #include <tlhelp32.h>
 
+#include <cstdlib>
 #include <cwchar>
 #include <functional>
 
@@ -56,8 +57,14 @@ StartedProgram startApart(const std::filesystem::path& program, std::string_view
 
 }  // namespace
 
-bool runsUnderWine() {
-  return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+bool runsUnderWine() { return wineVersion() != 0; }
+
+int wineVersion() {
+  using Version = const char*(CDECL*)();
+  const FARPROC function = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version");
+  if (function == nullptr) return 0;
+  // By way of void*, or the compiler warns of two functions that differ.
+  return std::atoi(reinterpret_cast<Version>(reinterpret_cast<void*>(function))());
 }
 
 std::vector<RunningProcess> findProcesses(std::string_view imageName) {

@@ -11,6 +11,9 @@ namespace stage {
 /// True under Wine, false on Windows itself.
 bool runsUnderWine();
 
+/// The major version of the Wine that this runs under, such as 8; 0 on Windows itself.
+int wineVersion();
+
 /// One running process.
 struct RunningProcess {
   std::uint32_t id = 0;

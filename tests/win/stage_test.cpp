@@ -669,7 +669,8 @@ TEST_F(MessageBoxes, areRecordedAndClosed) {
   EXPECT_EQ("KOV 周赛", boxes[0].caption);
   EXPECT_EQ("没有找到游戏。\n\n第二行", boxes[0].text);
   EXPECT_EQ("error", boxes[0].icon);
-  EXPECT_EQ(!stage::runsUnderWine(), boxes[0].topmost);
+  // Wine 8 ignores the wish, Wine 10 does not.
+  EXPECT_EQ(stage::wineVersion() == 0 || stage::wineVersion() >= 10, boxes[0].topmost);
   EXPECT_FALSE(boxes[0].owned);
   EXPECT_EQ(GetCurrentProcessId(), boxes[0].processId);
   EXPECT_EQ(1U, boxes[0].buttons.size());  // its caption is in the user's language
