@@ -65,7 +65,7 @@ TEST(Seed, valueThatIsNoPlainNumberGivesNoSeed) {
 }
 
 TEST(Seed, nothingBehindTheTextIsRead) {
-  EXPECT_EQ(scanSeed(std::string_view("\"seed\":123456").substr(0, 9)), "1");
+  EXPECT_EQ(scanSeed(std::string_view("\"seed\":123456").substr(0, 9)), "12");
 }
 
 TEST(Seed, withoutTheKeyThereIsNoSeed) {
