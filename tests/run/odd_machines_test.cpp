@@ -62,6 +62,11 @@ std::vector<OddMachine> oddMachines() {
       {"dry run without game", [](World& w) { w.hasGame = false, w.dryrun = true; }},
       {"dry run with everything found", [](World& w) { w.dryrun = true; }},
       {"settings without data", [](World& w) { w.namesData = false; }},
+      {"settings without data alone", [](World&) {},
+       [](Scene& s) { changeIni(s, "data=", "date="); }},
+      {"steam named in the settings", [](World&) {},
+       [](Scene& s) { changeIni(s, "player=", "steam=C:\\Steam\\steam.exe\r\nplayer="); }},
+      {"no steam and no game", [](World& w) { w.steam = Steam::none; w.hasGame = false; }},
       {"settings without receipt", [](World&) {},
        [](Scene& s) { changeIni(s, "receipt=", "receipts="); }},
       {"no data folder", [](World& w) { w.hasDataFolder = false; }},
@@ -80,6 +85,26 @@ std::vector<OddMachine> oddMachines() {
        }},
       {"timer in the other usual place", [](World& w) { w.timer = Timer::missing; },
        [](Scene& s) { s.machine.files.put(kOtherUsualTimer, "MZ"); }},
+      {"timer that runs from a usual place", [](World& w) { w.timer = Timer::missing; },
+       [](Scene& s) {
+         s.machine.files.put(kOtherUsualTimer, "MZ");
+         s.machine.setProgram(kOtherUsualTimer, [](machine::Machine&, const machine::Start&) {});
+         (void)s.machine.startByHand(kOtherUsualTimer);
+       }},
+      {"timer that ends at once", [](World&) {},
+       [](Scene& s) {
+         s.machine.setProgram(s.world.root + "\\ls\\LiveSplit.exe",
+                              [](machine::Machine& on, const machine::Start& start) {
+                                on.endAfter(start.id, 0);
+                              });
+       }},
+      {"archive that is a file", [](World& w) { w.hasDataFolder = false; },
+       [](Scene& s) { s.machine.files.put(s.data() + "\\receipts", "a file"); }},
+      {"queue that is a file", [](World& w) { w.race = Race::unreachable; },
+       [](Scene& s) { s.machine.files.put(s.data() + "\\pending", "a file"); }},
+      {"mod result that cannot be read", [](World& w) { w.race = Race::unreachable; },
+       [](Scene& s) { s.machine.files.put(s.data() + "\\kovw_result.json", "{}").denied = true; }},
+      {"server that is a slash", [](World& w) { w.server = "/"; w.plays = {Plays::unfinished}; }},
       {"timer nowhere", [](World& w) { w.timer = Timer::missing; }},
       {"timer that may not start", [](World&) {},
        [](Scene& s) { s.machine.files.put(s.world.root + "\\ls\\LiveSplit.exe", "MZ").denied = true; }},
