@@ -181,10 +181,10 @@ def main():
     hashes = {m.file: hash_of(open(f"{built.root}/{m.file}", "rb").read()) for m in chosen}
     # A survivor is tried again: a test may have come since.
     todo = [m for m in chosen if records.get(m.key, hashes[m.file]) in (None, "survived")]
-    # Those that were never tried first; and the files in turn, so that a run that is cut
-    # short has seen something of each.
+    # Survivors first; then the files mixed, so that a run that is cut short has seen
+    # something of each.
     random.Random(options.seed).shuffle(todo)
-    todo.sort(key=lambda m: records.get(m.key, hashes[m.file]) is not None)
+    todo.sort(key=lambda m: records.get(m.key, hashes[m.file]) is None)
     started = time.monotonic()
     run(built, todo, records, options.workers, options.seconds)
     good = report(built, chosen, records, complete)

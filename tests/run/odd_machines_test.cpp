@@ -95,7 +95,7 @@ std::vector<OddMachine> oddMachines() {
        [](Scene& s) {
          s.machine.setProgram(s.world.root + "\\ls\\LiveSplit.exe",
                               [](machine::Machine& on, const machine::Start& start) {
-                                on.endAfter(start.id, 0);
+                                on.endProcess(start.id);
                               });
        }},
       {"archive that is a file", [](World& w) { w.hasDataFolder = false; },
