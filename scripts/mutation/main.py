@@ -188,8 +188,8 @@ def main():
     started = time.monotonic()
     run(built, todo, records, options.workers, options.seconds)
     good = report(built, chosen, records, complete)
-    print(f"\n{len(todo)} mutants were tried in {time.monotonic() - started:.0f} s.")
     left = sum(records.get(m.key, hashes[m.file]) is None for m in chosen)
+    print(f"\n{len(todo) - left} mutants were tried in {time.monotonic() - started:.0f} s.")
     if left:
         print(f"{left} were not tried: the time was over. Go on with --resume.")
     return 0 if good and not left else 1
