@@ -31,8 +31,9 @@ bool resolveProgram(std::string& livesplit) {
 }
 
 StartResult startWithSplits(const Settings& settings) {
-  return startProcessWide(livesplitCommandLine(ansiToWide(settings.livesplit),
-                                               ansiToWide(settings.livesplit_lss)));
+  const std::wstring program = ansiToWide(settings.livesplit);
+  const std::wstring splits = ansiToWide(settings.livesplit_lss);
+  return startProcessWide(livesplitCommandLine(program, splits));
 }
 
 }  // namespace

@@ -141,8 +141,9 @@ void takeToken(const Settings& settings, UploadOutcome& outcome) {
 }
 
 bool submitRun(const Settings& settings, const CheckedRun& run, UploadOutcome& outcome) {
-  const std::string payload = submissionPayload(
-      playerName(settings), detectSteamAccount().steamId, run.difficulty, run.receipt);
+  const std::string player = playerName(settings);
+  const std::string steamId = detectSteamAccount().steamId;
+  const std::string payload = submissionPayload(player, steamId, run.difficulty, run.receipt);
   std::string reply;
   if (!httpPostJson(stripTrailingSlashes(settings.server) + "/submit", payload, reply)) {
     // Said before, and elsewhere: savePending() does it later, for a finished run alone.

@@ -34,8 +34,9 @@ void verifyMod(const std::string& gameFolder) {
     return;
   }
   logLine("mod install INCOMPLETE (%d missing)", count);
-  showMessage(incompleteModMessage(ansiToWide(missing), ansiToWide(gameFolder)),
-              MessageIcon::error);
+  const std::wstring files = ansiToWide(missing);
+  const std::wstring folder = ansiToWide(gameFolder);
+  showMessage(incompleteModMessage(files, folder), MessageIcon::error);
 }
 
 }  // namespace

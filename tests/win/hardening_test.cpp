@@ -163,18 +163,21 @@ int clangGuards(std::string_view code) {
 
 /// How many functions of GCC's code end in this way, which is the stack protector's:
 ///     sub  reg, [reg]     the guard as the function has it against the guard itself
-///     je   +5
+///     je   +5 or +6
 ///     call target         the end of the program
+///     nop                 with +6: what follows may not look like a function's end
 /// All of them call the same target; other code has nothing like it.
 int gccGuards(std::string_view code) {
   const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(code[at]); };
   std::map<std::int64_t, int> byTarget;
-  for (std::size_t i = 0; i + 11 < code.size(); ++i) {
+  for (std::size_t i = 0; i + 12 < code.size(); ++i) {
     const unsigned operands = byte(i + 2);
     const bool fromMemory = operands >> 6U == 0 && (operands & 7U) != 5;
     if ((byte(i) & 0xFAU) != 0x48 || byte(i + 1) != 0x2B || !fromMemory) continue;
     const std::size_t branch = i + ((operands & 7U) == 4 ? 4 : 3);
-    if (byte(branch) != 0x74 || byte(branch + 1) != 5 || byte(branch + 2) != 0xE8) continue;
+    const bool padded = byte(branch + 1) == 6 && byte(branch + 7) == 0x90;
+    if (byte(branch) != 0x74 || (byte(branch + 1) != 5 && !padded)) continue;
+    if (byte(branch + 2) != 0xE8) continue;
     std::int32_t distance = 0;
     std::memcpy(&distance, code.data() + branch + 3, sizeof distance);
     ++byTarget[static_cast<std::int64_t>(branch) + 7 + distance];
