@@ -35,7 +35,7 @@ class Flow {
   void moveTo(int y) { y_ = y; }
 
   // A text of at most `maxLines` lines between two edges, at height `top`.
-  // Gives the lower edge.
+  // Returns the lower edge.
   int text(std::u16string_view words, Font font, Ink ink, const Box& room,
            std::size_t maxLines = 1) {
     Piece piece;

@@ -5,7 +5,7 @@
 
 namespace launcher::card {
 
-/// The values of a result, each exactly as it stands on the command line:
+/// The values of a result, each exactly as it is on the command line:
 /// UTF-16, unescaped, possibly empty. An option that is missing is empty too.
 struct ResultArguments {
   std::u16string ok;

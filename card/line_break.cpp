@@ -76,7 +76,7 @@ std::u16string fitLine(std::u16string_view text, int maxWidth, const TextMeasure
   constexpr View kEllipsis = u"…";
   text = withoutBlanksAround(text);
   if (measure.width(text) <= maxWidth) return std::u16string(text);
-  // The ellipsis may need more room behind a letter than alone: kerning, rounding.
+  // The ellipsis may need more room after a letter than alone: kerning, rounding.
   for (int room = maxWidth - measure.width(kEllipsis); room > 0;) {
     const View kept = withoutBlanksAtEnd(text.substr(0, longestPrefix(text, room, measure)));
     const std::u16string fitted = std::u16string(kept) + std::u16string(kEllipsis);

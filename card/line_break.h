@@ -17,7 +17,7 @@ class TextMeasure {
 /// Breaks `text` into at most `maxLines` lines of at most `maxWidth` pixels.
 /// Breaks at blanks and beside Chinese characters, anywhere in a word that is
 /// wider than a line, never inside a surrogate pair and never before closing
-/// punctuation. What does not fit is replaced by an ellipsis. No text gives no
+/// punctuation. What does not fit is replaced by an ellipsis. No text makes no
 /// line; a line always holds at least one character, however narrow it is.
 [[nodiscard]] std::vector<std::u16string> breakLines(std::u16string_view text, int maxWidth,
                                                      std::size_t maxLines,

@@ -22,7 +22,7 @@ inline constexpr std::uint64_t kProgressLimitMs = 60000;
 /// Milliseconds that the outcome stays on the progress card.
 inline constexpr std::uint64_t kOutcomeShownMs = 750;
 
-/// Follows an upload: told at short intervals what the file says, it knows
+/// Follows an upload: given at short intervals what the file says, it knows
 /// what to show and when to close. Times are milliseconds of any one clock.
 class UploadWatch {
  public:

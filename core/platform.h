@@ -91,7 +91,7 @@ class FolderListing {
   /// False when the listing could not start: no such folder or no match.
   [[nodiscard]] bool started() const { return state_ != nullptr; }
 
-  /// The next entry; nullptr behind the last. Valid until the next call.
+  /// The next entry; nullptr after the last. Valid until the next call.
   [[nodiscard]] const FolderEntry* next();
 
  private:
@@ -145,7 +145,7 @@ struct StartResult {
 
 // Code pages ----------------------------------------------------------------
 
-/// A text of the ANSI code page in UTF-8; as it stands when a conversion yields nothing.
+/// A text of the ANSI code page in UTF-8; unchanged when a conversion yields nothing.
 [[nodiscard]] std::string ansiToUtf8(const std::string& text);
 
 /// A text of the ANSI code page in UTF-16; empty when the conversion yields nothing.
@@ -172,7 +172,7 @@ void showMessage(const std::wstring& text, MessageIcon icon);
 void showPlainMessage(const std::string& text);
 
 /// Opens an address in the default browser and returns when the browser has been started: the
-/// program may end right behind it. Failure is ignored, without a message.
+/// program may end right after it. Failure is ignored, without a message.
 void openInBrowser(const std::string& address);
 
 // Time ----------------------------------------------------------------------

@@ -28,8 +28,8 @@ constexpr auto kReasons = [] {
   return reasons;
 }();
 
-/// Whole minutes, truncated toward zero. What no int can hold gives the value that
-/// the processor's own conversion gives.
+/// Whole minutes, truncated toward zero. What no int can hold becomes the value that
+/// the processor's own conversion returns.
 int wholeMinutes(double seconds) {
   const double minutes = seconds / 60.0;
   const bool fits = minutes > -2147483649.0 && minutes < 2147483648.0;
@@ -44,7 +44,7 @@ std::string timeLine(const std::string& total) {
   return line;
 }
 
-/// The text between the first two quotes behind the colon behind "error".
+/// The text between the first two quotes after the colon after "error".
 std::string errorText(std::string_view reply) {
   const std::size_t key = findText(reply, "\"error\"", 0);
   if (key == npos) return {};

@@ -27,7 +27,7 @@ enum class ResultKind { ok, fail, none };
 [[nodiscard]] std::string playerMessage(ResultKind kind, std::string_view runText);
 
 /// The card's detail in English; empty for an accepted run. For a run that did not
-/// get through it names the reason behind the first "error" of the server's reply, such
+/// get through it names the reason after the first "error" of the server's reply, such
 /// as {"accepted":false,"error":"week window closed"}.
 [[nodiscard]] std::string detailMessage(ResultKind kind, std::string_view reply);
 

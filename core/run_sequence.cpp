@@ -145,7 +145,7 @@ int runRace(Launch& launch) {
   if (settings.receipt.empty() || settings.data.empty()) {
     logLine("launcher.ini missing or incomplete (need receipt and data fields)");
     promptForEnd();
-    closeLog();  // here behind the prompt, at the end of a whole run before it
+    closeLog();  // here after the prompt, at the end of a whole run before it
     return kExitCannotRun;
   }
   expandPaths(settings, Expansion::race, launch);

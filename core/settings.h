@@ -80,7 +80,7 @@ inline constexpr SettingKey kSettingKeys[] = {
 /// Read as a C library reads text, in lines of at most 1023 bytes; a longer line
 /// counts as several. Keys are exact in letter case, unknown ones are ignored,
 /// the last of several wins, values are trimmed and otherwise kept whole (a
-/// further "=" or a comment behind a value is part of it). Nothing is expanded.
+/// further "=" or a comment after a value is part of it). Nothing is expanded.
 [[nodiscard]] Settings parseSettings(std::string_view bytes);
 
 /// Fills in the placeholders of every path that is expanded in `run` (race, upload or
@@ -89,7 +89,7 @@ void expandPaths(Settings& settings, Expansion run, std::string_view programFold
                  std::string_view localData);
 
 /// The race's web site as a "site" line of launcher.ini names it, or `builtIn`
-/// when no line gives one. This line has rules of its own: lines of at most 511
+/// when no line has one. This line has rules of its own: lines of at most 511
 /// bytes, no blank before the key, trailing blanks and double quotes stripped
 /// from the value, of which only what follows a remaining first double quote is
 /// kept; a trailing slash stays; the last value that is not empty wins.

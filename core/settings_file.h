@@ -11,7 +11,7 @@ namespace launcher {
 [[nodiscard]] Settings loadSettings(const std::string& path);
 
 /// The player's name in UTF-8 as the race server gets it: "anonymous" when the
-/// settings have none; the Steam persona as it stands; a name from launcher.ini
+/// settings have none; the Steam persona unchanged; a name from launcher.ini
 /// converted from the ANSI code page.
 [[nodiscard]] std::string playerName(const Settings& settings);
 

@@ -30,11 +30,11 @@ inline constexpr std::string_view kBlanks = " \t\r\n";
 /// address made of slashes alone becomes empty.
 [[nodiscard]] std::string stripTrailingSlashes(std::string_view address);
 
-/// `text` in double quotes, as it stands: nothing inside is escaped.
+/// `text` in double quotes, unchanged: nothing inside is escaped.
 [[nodiscard]] std::string quoted(std::string_view text);
 
 /// The pieces in which a C library line reader with a buffer of `bufferBytes`
-/// hands out `text`: each ends behind a line feed or after `bufferBytes` - 1
+/// hands out `text`: each ends after a line feed or after `bufferBytes` - 1
 /// bytes, and is cut at its first NUL. The views point into `text`.
 [[nodiscard]] std::vector<std::string_view> linePieces(std::string_view text,
                                                        std::size_t bufferBytes);

@@ -11,7 +11,7 @@
 namespace launcher {
 
 /// The one owner of a resource: releases it when it goes, moves it on, never
-/// copies it. `Traits` gives Type, none() and release(Type).
+/// copies it. `Traits` has Type, none() and release(Type).
 template <typename Traits>
 class UniqueResource {
  public:

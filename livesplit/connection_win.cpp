@@ -9,7 +9,7 @@ namespace {
 
 constexpr unsigned short kServerPort = 16834;
 // The server can lose a command that reaches it before it got the processor for the first time
-// behind the connect. 50 ms were too few on a machine whose game is just closing; with 250 ms
+// after the connect. 50 ms were too few on a machine whose game is just closing; with 250 ms
 // nothing was lost in stalls of up to 200 ms.
 constexpr DWORD kSettleMs = 250;
 constexpr int kReplyBytes = 511;

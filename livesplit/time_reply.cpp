@@ -11,7 +11,7 @@ namespace {
 
 bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
-/// Reads an integer as "%d" does and moves `at` behind it; false when there is none.
+/// Reads an integer as "%d" does and moves `at` after it; false when there is none.
 bool scanInteger(const char*& at, int& value) {
   char* end = nullptr;
   const long number = std::strtol(at, &end, 10);

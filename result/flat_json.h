@@ -37,12 +37,12 @@ struct Span {
 /// The text at that place.
 [[nodiscard]] std::string_view spanText(std::string_view text, const Span& span);
 
-/// Place of the quoted value behind a `pattern` that stands at `hit`, as
+/// Place of the quoted value after a `pattern` that stands at `hit`, as
 /// quotedValueAfter() finds it; nothing when `hit` is npos.
 [[nodiscard]] std::optional<Span> quotedSpanAt(std::string_view text, std::size_t hit,
                                                std::string_view pattern);
 
-/// Place of the raw value behind a `pattern` that stands at `hit`, as rawValueAfter()
+/// Place of the raw value after a `pattern` that stands at `hit`, as rawValueAfter()
 /// finds it; nothing when `hit` is npos.
 [[nodiscard]] std::optional<Span> rawSpanAt(std::string_view text, std::size_t hit,
                                             std::string_view pattern);
@@ -52,12 +52,12 @@ struct Span {
 /// Strings keep their quotes. "-" when the key or the colon is absent.
 [[nodiscard]] std::string rawJsonField(std::string_view text, std::string_view key);
 
-/// The text behind `pattern` (which ends with the colon, such as "\"total\":") up to
+/// The text after `pattern` (which ends with the colon, such as "\"total\":") up to
 /// the next "," or "}", blanks included; nothing when either is absent.
 [[nodiscard]] std::optional<std::string> rawValueAfter(std::string_view text,
                                                        std::string_view pattern);
 
-/// The text between two quotes behind `pattern`. A pattern that ends with the colon
+/// The text between two quotes after `pattern`. A pattern that ends with the colon
 /// takes the next quoted run wherever it starts; one that ends with the opening quote
 /// takes what follows it. Nothing when the pattern or a quote is absent.
 [[nodiscard]] std::optional<std::string> quotedValueAfter(std::string_view text,
@@ -71,7 +71,7 @@ struct Span {
 [[nodiscard]] std::string replaceRawValue(std::string_view text, std::string_view pattern,
                                           std::string_view value);
 
-/// The number directly behind the first `pattern`, as readDecimal() reads it
+/// The number directly after the first `pattern`, as readDecimal() reads it
 /// (leading blanks skipped, 0 when it is none); `absent` without the pattern.
 [[nodiscard]] double numberAfter(const std::string& text, std::string_view pattern,
                                  double absent);
@@ -80,7 +80,7 @@ struct Span {
 [[nodiscard]] double numberAfterFrom(const std::string& text, std::string_view pattern,
                                      std::size_t start, double absent);
 
-/// The integer directly behind the first `pattern`, as the C library's atoi reads it.
+/// The integer directly after the first `pattern`, as the C library's atoi reads it.
 [[nodiscard]] int integerAfter(const std::string& text, std::string_view pattern, int absent);
 
 }  // namespace launcher

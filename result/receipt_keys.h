@@ -14,7 +14,7 @@ inline constexpr std::string_view kEndingMaps[] = {"3999", "Tunnel", "Final Esca
                                                    kEndingMark};
 
 /// Where the keys that a judgement asks for stand in a receipt's text, all found in one
-/// pass. Positions are those that findText() gives for the key's pattern; npos is absent.
+/// pass. Positions are those that findText() returns for the key's pattern; npos is absent.
 struct ReceiptKeys {
   std::size_t status = npos;            ///< first "status":
   std::size_t ending = npos;            ///< first "ending":

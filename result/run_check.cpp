@@ -51,7 +51,7 @@ EndingSplit Receipt::endingSplit() const {
 void Receipt::replaceQuoted(std::size_t key, std::string_view pattern, std::string_view value) {
   const std::optional<Span> span = quotedSpanAt(text_, key, pattern);
   if (!span || spanText(text_, *span) == value) return;
-  // A colon behind the closing quote makes the value a key, the old one or the new.
+  // A colon after the closing quote makes the value a key, the old one or the new.
   const bool isKey = span->end + 1 < text_.size() && text_[span->end + 1] == ':';
   replaceSpan(*span, value, !isKey);
 }

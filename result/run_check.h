@@ -46,7 +46,7 @@ class Receipt {
   [[nodiscard]] std::optional<Rejection> reject(bool isModResult) const;
 
   /// The last split ("map":"...") whose name is an ending map. A split's time is the
-  /// first "t": behind its map name, so that one without takes the next split's.
+  /// first "t": after its map name, so that one without takes the next split's.
   [[nodiscard]] EndingSplit endingSplit() const;
 
   /// How often "i": occurs: the number of splits.
@@ -56,10 +56,10 @@ class Receipt {
   /// a valid one. Only quoted values that are there are replaced.
   void settleEnding(std::string_view inferredEnding);
 
-  /// The number behind the last "t":, in seconds; -1 when there is none.
+  /// The number after the last "t":, in seconds; -1 when there is none.
   [[nodiscard]] double lastSplitSeconds() const;
 
-  /// Replaces the total by `seconds` with two decimals and gives the raw old value with
+  /// Replaces the total by `seconds` with two decimals and returns the raw old value with
   /// its blanks; nothing, and no change, without a total that a "," or "}" ends.
   std::optional<std::string> replaceTotal(double seconds);
 

@@ -14,15 +14,15 @@ struct UploadOutcome {
   std::string reply;         ///< whole body of the server's reply
   std::string profileToken;  ///< the player's login code; preloaded at start
   std::string difficulty;    ///< "easy", "normal", "nightmare" or the settings' word
-  std::string ending;        ///< as submitted, if no blank stands behind its colon there
+  std::string ending;        ///< as submitted, if no blank stands after its colon there
   std::string total;         ///< raw text as submitted, blanks included
   int rank = 0;
   int points = 0;
 };
 
 /// The body of /submit: player, Steam id (when there is one), difficulty (when the
-/// receipt has no such key) and the receipt's own members behind them. Nothing is
-/// escaped. The receipt begins with "{"; what stands behind its last "}" is kept.
+/// receipt has no such key) and the receipt's own members after them. Nothing is
+/// escaped. The receipt begins with "{"; what stands after its last "}" is kept.
 [[nodiscard]] std::string submissionPayload(std::string_view player, std::string_view steamId,
                                             std::string_view difficulty,
                                             const Receipt& receipt);

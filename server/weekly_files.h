@@ -22,12 +22,12 @@ inline constexpr WeeklyFile kWeeklyFiles[] = {
 };
 inline constexpr const WeeklyFile& kWeekFile = kWeeklyFiles[0];
 
-/// The week's seed in the text of a week.json: the decimal digits behind the first
+/// The week's seed in the text of a week.json: the decimal digits after the first
 /// "seed" in quotes and the next colon, with only blanks and tabs between.
 ///
 ///     {"week":"2026-W47","seed": 12345,"map":"Level 0"}
 ///
-/// Digits are kept as they stand ("0042"; "12.5" gives "12"). Empty when there are
+/// Digits are kept unchanged ("0042"; "12.5" is "12"). Empty when there are
 /// none (absent, quoted, negative, null) or the text is shorter than 6 bytes.
 [[nodiscard]] std::string scanSeed(std::string_view week);
 

@@ -21,7 +21,7 @@ using TextConverter = std::string (*)(const std::string&);
 /// value is converted by `toUtf8` before its doubled backslashes are made single
 /// ones: in some ANSI code pages a backslash can be the second byte of a
 /// character. The form of before June 2021 ("1" "D:\\SteamLibrary") has no
-/// "path" and names no library. An empty root gives an empty list.
+/// "path" and names no library. An empty root makes an empty list.
 [[nodiscard]] std::vector<std::string> libraryFolders(std::string_view steamRoot,
                                                       std::string_view libraryFile,
                                                       TextConverter toUtf8);

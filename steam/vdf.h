@@ -10,9 +10,9 @@ namespace launcher {
 ///
 ///     "users" { "76561198000000001" { "PersonaName"  "someone" } }
 ///
-/// gives users, 76561198000000001, PersonaName, someone. Whatever stands outside
+/// becomes users, 76561198000000001, PersonaName, someone. Whatever stands outside
 /// quotes is ignored, braces included. There are no escapes: a backslash is kept,
-/// and a quote behind one ends the token. An unclosed last quote gives no token.
+/// and a quote after one ends the token. An unclosed last quote makes no token.
 [[nodiscard]] std::vector<std::string> tokenizeVdf(std::string_view text);
 
 }  // namespace launcher

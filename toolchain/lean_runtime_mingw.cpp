@@ -34,7 +34,7 @@ void __throw_bad_array_new_length() { abort(); }
 
 // Since GCC 13 one function of strings is never put in line, and the library's copy of it
 // comes together with functions that catch exceptions. This is the same function, compiled
-// here. (All of the class at once would keep what nobody calls.)
+// here. (All of the class at once would keep what is never called.)
 #if _GLIBCXX_RELEASE >= 13
 #define KOV_REPLACE(Char)                                                       \
   template void std::basic_string<Char>::_M_replace_cold(                       \
