@@ -26,7 +26,7 @@ Finding failed(std::string what, std::string todo);
 Finding warned(std::string what, std::string todo);
 Finding unseen(std::string what, std::string todo);
 
-/// `more` behind `all`.
+/// `more` after `all`.
 void append(Findings& all, Findings more);
 
 /// One line a finding: "OK      ...", "FAILED  ...: what to do", "WARNING ...: what to do" or

@@ -8,7 +8,7 @@
 
 namespace rehearsal {
 
-/// Puts the package on the stage, behind Stage::putUpStandardMachine: its programs beside
+/// Puts the package on the stage, after Stage::putUpStandardMachine: its programs beside
 /// launcher.ini, its mod as the player package of a game without a mod, its splits, layout and
 /// settings.cfg beside the stand-in LiveSplit. The recorder stays in the place of kov_result.exe.
 void putOnStage(const Package& package, stage::Stage& machine);

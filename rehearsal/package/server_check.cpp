@@ -47,7 +47,7 @@ Weekly askWeekly(const std::string& base) {
 
 Findings checkServer(std::string_view server) {
   const std::string base = baseOf(server);
-  if (base.empty()) return {};  // told at the settings
+  if (base.empty()) return {};  // reported with the settings
   return askWeekly(base).found;
 }
 

@@ -121,7 +121,7 @@ Findings checkKeys(const std::vector<Line>& lines) {
   Findings found;
   for (const Line& line : lines) {
     const bool marked = line.number == 1 && line.raw.starts_with(kByteOrderMark);
-    if (line.key.empty() || marked) continue;  // the mark is told at the encoding
+    if (line.key.empty() || marked) continue;  // reported with the encoding
     if (!isKnown(line.key)) {
       found.push_back(failed("launcher.ini has the unknown key " + inQuotes(line.key) + at(line),
                              adviceForUnknown(line.key)));

@@ -8,7 +8,7 @@ namespace rehearsal {
 struct WebReply {
   enum class Outcome {
     answered,
-    unreachable,  ///< no address, nobody listens, no answer in time: may be this machine's fault
+    unreachable,  ///< no address, no listener, no answer in time: may be this machine's fault
     refused,      ///< the certificate or the encryption; a launcher would not get further either
     broken,       ///< the connection ended, or what came was no HTTP
   };

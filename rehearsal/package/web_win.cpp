@@ -31,7 +31,7 @@ constexpr std::array<DWORD, 9> kRefusals = {
     ERROR_WINHTTP_SECURE_CERT_REV_FAILED, ERROR_WINHTTP_SECURE_INVALID_CERT,
     ERROR_WINHTTP_SECURE_CERT_WRONG_USAGE};
 
-/// An objection to a certificate that a request can be told to overlook.
+/// An objection to a certificate that a request can be made to overlook.
 struct Objection {
   DWORD overlook;
   const char* problem;

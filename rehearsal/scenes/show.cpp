@@ -107,7 +107,7 @@ void Show::play(std::string_view arguments, unsigned limitMs) {
   say("\n---- end of the console ----\n");
   // A browser starts on its own time.
   if (run_.log.find("opened profile page") != std::string::npos) {
-    (void)machine_.timeline().waitFor("browser", "open");  // a missing page is told later
+    (void)machine_.timeline().waitFor("browser", "open");  // a missing page is reported later
   }
 }
 

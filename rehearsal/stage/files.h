@@ -20,7 +20,7 @@ bool pathExists(const std::filesystem::path& path);
 
 /// All files below a folder, relative to it, with backslashes, sorted by bytes.
 /// An empty folder below it is listed with a trailing backslash. A missing folder
-/// gives an empty list.
+/// returns an empty list.
 std::vector<std::string> listFolder(const std::filesystem::path& folder);
 
 /// Folder of the running program, without a trailing backslash.

@@ -77,7 +77,7 @@ class LauncherRun {
   void typeInput(std::string_view bytes);  ///< with keepInputOpen: the player types this
   void endInput();                         ///< with keepInputOpen: end of input
 
-  /// Waits for its end (RunOptions::limitMs counts from the start) and gives the result.
+  /// Waits for its end (RunOptions::limitMs counts from the start) and returns the result.
   RunResult wait();
 
  private:

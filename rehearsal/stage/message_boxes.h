@@ -15,7 +15,7 @@ struct SeenBox {
   std::uint32_t processId = 0;
   std::string imageName;  ///< of its process: "launcher.exe"
   std::string caption;    ///< UTF-8
-  std::string text;       ///< UTF-8, line ends as they stand in the box
+  std::string text;       ///< UTF-8, line ends as in the box
   /// "none", "error", "information", "warning", "question"; "unknown" when the box has an
   /// icon that is none of these.
   std::string icon;

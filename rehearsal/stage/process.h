@@ -37,12 +37,12 @@ std::uint32_t waitForProcess(std::string_view imageName, unsigned limitMs = 1000
 bool waitForNoProcess(std::string_view imageName, unsigned limitMs = 10000);
 
 /// Starts a program without waiting for it and without giving it any of our handles.
-/// `arguments` is the raw text behind the quoted program path. Returns its process id.
+/// `arguments` is the raw text after the quoted program path. Returns its process id.
 /// Throws std::runtime_error when it does not start.
 std::uint32_t startDetached(const std::filesystem::path& program, std::string_view arguments,
                             const std::filesystem::path& currentFolder = {});
 
-/// Starts a program, waits for its end and gives its exit code; -1 when the limit passes
+/// Starts a program, waits for its end and returns its exit code; -1 when the limit passes
 /// (it is then ended). Throws std::runtime_error when it does not start.
 long runAndWait(const std::filesystem::path& program, std::string_view arguments,
                 unsigned limitMs = 10000);

@@ -14,7 +14,7 @@ namespace stage {
 /// How a program is started.
 struct ProgramStart {
   std::filesystem::path program;
-  std::wstring arguments = {};               ///< raw text behind the quoted program path
+  std::wstring arguments = {};               ///< raw text after the quoted program path
   std::filesystem::path currentFolder = {};  ///< empty: ours
   std::wstring environment = {};             ///< as CreateProcess takes it; empty: ours
   DWORD flags = 0;

@@ -42,7 +42,7 @@ struct Reply {
   std::vector<std::pair<std::string, std::string>> headers = {};
   std::string body = {};
   unsigned delayMs = 0;      ///< waited before anything is sent
-  bool resetAfter = false;   ///< with `raw`: reset instead of close behind the bytes
+  bool resetAfter = false;   ///< with `raw`: reset instead of close after the bytes
   /// With `raw`: these follow the body, each `everyMs` after what went before.
   std::vector<std::string> pieces = {};
   unsigned everyMs = 0;
@@ -79,7 +79,7 @@ class RaceServer {
     Rules rules = {};         ///< what the organiser accepts
     Timeline timeline = {};
     bool keepAlive = true;    ///< false: close after every answer
-    /// As answer() gives them, in force from the first connection on: for a server that
+    /// As answer() sets them, in force from the first connection on: for a server that
     /// somebody may already be asking when it comes up.
     std::vector<Answer> answers = {};
   };
@@ -124,7 +124,7 @@ class RaceServer {
   std::unique_ptr<Impl> impl_;
 };
 
-/// A URL of the loopback on which nobody listens ("http://127.0.0.1:PORT").
+/// A URL of the loopback on which nothing listens ("http://127.0.0.1:PORT").
 std::string unreachableUrl();
 
 }  // namespace stage

@@ -11,7 +11,7 @@ namespace stage {
 /// One split of a receipt.
 struct Split {
   std::string map;
-  std::string time;  ///< as it stands in the file, "12.345"
+  std::string time;  ///< as in the file, "12.345"
 };
 
 /// A receipt as the race mod writes it, on one line:

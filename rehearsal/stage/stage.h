@@ -52,7 +52,7 @@ using Ini = std::vector<std::pair<std::string, std::string>>;
 ///     machine.writeIni({{"server", server.url()}});
 ///     const stage::RunResult run = machine.runLauncher("--upload");
 ///
-/// Where launcher.exe and the stand-ins come from is told at builtLauncher() and
+/// Where launcher.exe and the stand-ins come from stands at builtLauncher() and
 /// standInsFolder() (files.h). Paths of a stage are short, ASCII and fit into 260 characters.
 ///
 /// At the end every program that still runs from below the folder is ended, the registry is
@@ -105,7 +105,7 @@ class Stage {
   /// Writes these bytes as launcher.ini.
   void writeRawIni(std::string_view bytes);
 
-  /// Runs launcher.exe to its end. `arguments` is the raw text behind the quoted program
+  /// Runs launcher.exe to its end. `arguments` is the raw text after the quoted program
   /// path ("--upload"), UTF-8.
   RunResult runLauncher(std::string_view arguments = {}, RunOptions options = {});
   /// Starts launcher.exe and returns at once.
@@ -128,7 +128,7 @@ class Stage {
   void setSteamPath(std::string_view text);
   void setSteamPath();
   /// steam.exe with a script, SteamPath, and an empty steamapps folder. Without a `game` in
-  /// the script it starts gameExe() as it stands at this moment.
+  /// the script it starts gameExe() as it is at this moment.
   void installSteam(SteamScript script = {});
   /// Writes a new script for an installed steam.exe.
   void setSteam(SteamScript script);
@@ -183,7 +183,7 @@ class Stage {
   void installBuiltCard();
 
   /// Makes the recorder the user's browser for http and https. Timeline: "browser open"
-  /// (the URL). Windows lets nobody but the user choose the browser (the choice is guarded
+  /// (the URL). Windows lets only the user choose the browser (the choice is guarded
   /// by a hash): there, pick the stage's browser.exe in the system's settings first, or the
   /// real browser opens and nothing is recorded.
   void installBrowser();

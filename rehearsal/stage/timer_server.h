@@ -28,7 +28,7 @@ struct TimerReply {
   Kind kind = Kind::line;
   std::string text = {};
   unsigned delayMs = 0;  ///< waited before
-  std::string later = {};  ///< with `raw`: a second segment, `laterMs` behind the first
+  std::string later = {};  ///< with `raw`: a second segment, `laterMs` after the first
   unsigned laterMs = 0;
 
   static TimerReply line(std::string text);
@@ -69,7 +69,7 @@ class TimerServer {
     std::function<void(TimerServer&)> prepare = {};
   };
 
-  /// A timer without replies: silent on everything until told otherwise.
+  /// A timer without replies: silent on everything until set otherwise.
   /// Throws std::runtime_error when the port is taken.
   TimerServer();
   explicit TimerServer(Options options);

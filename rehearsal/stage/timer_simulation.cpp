@@ -91,7 +91,7 @@ std::string TimerSimulation::phase() const {
 std::optional<std::string> TimerSimulation::answer(std::string_view command) {
   if (command == "getcurrenttimerphase") return phase();
   if (command == "getfinaltime") return timeText(finalTime());
-  // With a blank behind it the command asks for a comparison; the one named "" (and any
+  // With a blank after it the command asks for a comparison; the one named "" (and any
   // other that is not the personal best) has no time.
   if (command == "getfinaltime Personal Best") return timeText(setup_.personalBest);
   if (command.starts_with("getfinaltime ")) return timeText(std::nullopt);

@@ -26,7 +26,7 @@ struct XmlElement {
 /// closed. A document type is skipped; entities of its own are not known.
 std::optional<XmlElement> readXml(std::string_view bytes);
 
-/// The text as it stands between tags or in quotes: "&", "<", ">" and quotes as entities.
+/// The text as written between tags or in quotes: "&", "<", ">" and quotes as entities.
 std::string xmlEscaped(std::string_view text);
 
 }  // namespace stage

@@ -13,7 +13,7 @@ namespace {
 
 constexpr unsigned kPollMs = 10;
 
-/// The argument behind a switch; empty when it is not there.
+/// The argument after a switch; empty when it is not there.
 std::wstring argumentOf(int count, wchar_t** arguments, const wchar_t* name) {
   for (int i = 1; i + 1 < count; ++i) {
     if (wcscmp(arguments[i], name) == 0) return arguments[i + 1];
