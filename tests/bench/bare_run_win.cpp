@@ -103,7 +103,7 @@ DWORD findProcess(const wchar_t* name) {
   return id;
 }
 
-/// Starts a program and, with a limit, waits for its end; gives its handle when it is to be
+/// Starts a program and, with a limit, waits for its end; returns its handle when it is to be
 /// waited for later.
 HANDLE start(std::string commandLine) {
   STARTUPINFOA startup = {};
@@ -123,7 +123,7 @@ void waitAndClose(HANDLE process, DWORD limitMs) {
   (void)CloseHandle(process);
 }
 
-/// One connection to the timer with one command; false when nobody listens.
+/// One connection to the timer with one command; false when nothing listens.
 bool askTimer(const std::string& command) {
   WSADATA data = {};
   (void)WSAStartup(MAKEWORD(2, 2), &data);

@@ -58,7 +58,7 @@ std::string repeated(std::string start, std::string_view part, std::size_t bytes
   return start.append(end);
 }
 
-/// Map names that all end the run, and not one time behind them.
+/// Map names that all end the run, and not one time after them.
 std::string mapsWithoutTimes(std::size_t bytes) {
   return repeated("{\"status\":\"ending\",\"splits\":[{\"map\":\"Level 0\"}",
                   ",{\"map\":\"ENDING:main\"}", bytes, "],\"ending\":\"main\",\"total\":754.560}");

@@ -14,7 +14,7 @@ Ticks ticksNow();
 double millisecondsBetween(Ticks start, Ticks end);
 
 /// The smallest race server: it has its answers at hand and notes when the first byte of each
-/// request came in. It closes the connection behind each answer: on one that has been open for
+/// request came in. It closes the connection after each answer: on one that has been open for
 /// a while, Linux delays its acknowledgement of a request's head by 40 ms, and only then does
 /// Wine send the body.
 class LoopbackServer {

@@ -31,7 +31,7 @@ std::string wholeText(const fs::path& file) {
   return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-/// The number behind `label` in a text, 0 without it.
+/// The number after `label` in a text, 0 without it.
 std::int64_t numberBehind(const std::string& text, std::string_view label) {
   const std::size_t at = text.find(label);
   return at == std::string::npos ? 0 : std::strtoll(text.c_str() + at + label.size(), nullptr, 10);

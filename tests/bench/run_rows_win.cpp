@@ -144,7 +144,7 @@ class Watched {
 
   [[nodiscard]] std::uint32_t launcherId() const { return launcher_->processId(); }
 
-  /// Ends the game and gives the milliseconds from its end to the submission.
+  /// Ends the game and returns the milliseconds from its end to the submission.
   double endGame() {
     server_.forget();
     const Ticks ended = endOfGame(machine_, gameId_);

@@ -46,7 +46,7 @@ void writePackage(const fs::path& root) {
   }
 }
 
-/// Walks `source` and asks once for each of its files in `target`; gives their number.
+/// Walks `source` and asks once for each of its files in `target`; returns their number.
 std::size_t walk(const std::string& source, const std::string& target) {
   std::size_t files = 0;
   WIN32_FIND_DATAA found = {};

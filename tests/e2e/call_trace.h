@@ -44,7 +44,7 @@ class CallTrace {
         onWrite_(std::move(onWrite)) {}
 
   /// Runs the program with empty standard input, in its own folder. `arguments` is the raw
-  /// text behind the quoted program path. Its exit code; nothing when it did not end within
+  /// text after the quoted program path. Its exit code; nothing when it did not end within
   /// the limit and was ended.
   std::optional<std::uint32_t> run(const std::filesystem::path& program, unsigned limitMs,
                                    const std::wstring& arguments = {}) {

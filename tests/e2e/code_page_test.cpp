@@ -34,7 +34,7 @@ class CodePageTest : public testing::Test {
     EXPECT_EQ(readAsAnsi(toAnsi(page_.word)).wstring(), stage::toWide(page_.word));
   }
 
-  /// The lines of a dry run behind the start line.
+  /// The lines of a dry run after the start line.
   Lines dryRun(std::string_view ini) {
     machine_.writeRawIni(std::string(ini) + "dryrun=1\r\n");
     Lines lines = machine_.runLauncher().logLines();

@@ -14,7 +14,7 @@
 namespace e2e {
 
 /// Runs a program under this debugger, with empty standard input, in its own folder.
-/// `arguments` is the raw text behind the quoted program path. Its exit code; nothing when it
+/// `arguments` is the raw text after the quoted program path. Its exit code; nothing when it
 /// did not end within the limit and was ended.
 inline std::optional<std::uint32_t> runDebugged(stage::Debugger& debugger,
                                                 const std::filesystem::path& program,

@@ -49,7 +49,7 @@ class Discovery : public testing::Test {
   [[nodiscard]] std::string steamDetected() const {
     return "steam detected: " + steam() + "\\steam.exe";
   }
-  /// A library file with these path values as they stand in it.
+  /// A library file with these path values as written.
   void libraries(const std::vector<std::string>& values) {
     std::string text = "\"libraryfolders\"\n{\n";
     for (const std::string& value : values) {

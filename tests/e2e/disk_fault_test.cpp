@@ -452,7 +452,7 @@ TEST_F(DiskNamesCp936, chineseWithBackslashBytes) {
   playBelow(name);
 }
 
-// Windows drops the dots behind each name of a path, and so finds what it wrote.
+// Windows drops the dots after each name of a path, and so finds what it wrote.
 TEST_F(DiskNames, dotsBehind) { playBelow("race.", "race"); }
 
 // --- lengths --------------------------------------------------------------------------------

@@ -398,7 +398,7 @@ TEST(EntryGameMissing, itsBoxIsAskedForTopmostWithTheErrorIcon) {
 
 class EntryToken : public testing::Test {
  protected:
-  /// The log's lines behind the start line of a launcher that finds these settings missing.
+  /// The log's lines after the start line of a launcher that finds these settings missing.
   Lines preload() {
     Lines lines = machine_.runLauncher("--detect").logLines();
     EXPECT_EQ(lines.front(), kStartLine);
@@ -471,7 +471,7 @@ class EntryStages : public testing::Test {
   }
   stage::RunResult play() { return e2e::runUntilGameEnds(machine_); }
 
-  /// Settings that need no detection; more of them behind.
+  /// Settings that need no detection; more of them after.
   void settings(const stage::Ini& more = {}) {
     stage::Ini ini = {{"receipt", textOf(machine_.receipt())},
                       {"data", textOf(machine_.data())},

@@ -20,13 +20,13 @@ inline constexpr char kChooser[] =
 inline constexpr char kNoTimer[] = "livesplit probe failed (server not started?)";
 
 /// The lines of a full run that differ from test to test; the others are always the same.
-/// As it stands: a run without server, timer, package and receipt.
+/// By default: a run without server, timer, package and receipt.
 struct RunLog {
-  Lines token = {};    ///< behind the start line
+  Lines token = {};    ///< after the start line
   Lines install = {};
   std::string player = "steam persona not found, using ini player: runner";
   Lines early = {};    ///< LiveSplit, before the line about the chooser
-  Lines timer = {};    ///< LiveSplit, behind that line
+  Lines timer = {};    ///< LiveSplit, after that line
   Lines weekly = {"no server configured, using cached data"};
   Lines flush = {};
   Lines receipt = {};  ///< empty: none was found
@@ -82,7 +82,7 @@ class FullRunTest : public ::testing::Test {
     machine.installCard();
     settings = {{"receipt", stage::textOf(machine.receipt())},
                 {"data", stage::textOf(machine.data())},
-                {"steam", stage::textOf(machine.root())},  // exists, so nobody looks for it
+                {"steam", stage::textOf(machine.root())},  // exists, so no search for it
                 {"game", stage::textOf(machine.gameExe())},
                 {"player", "runner"}};
   }

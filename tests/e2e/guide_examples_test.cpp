@@ -30,7 +30,7 @@ const std::string& guide() {
   return text;
 }
 
-/// The block of the guide behind "<!-- example: NAME -->", without its last line end.
+/// The block of the guide after "<!-- example: NAME -->", without its last line end.
 std::string example(const std::string& name) {
   const std::string& text = guide();
   const std::string mark = "<!-- example: " + name + " -->\n```\n";
@@ -100,7 +100,7 @@ class OrganiserGuide : public ::testing::Test {
     stage::writeFile(machine.data() / "pending" / "p_20261114_201500.json", example("receipt"));
   }
 
-  /// A full run; the server gives this answer to every submission.
+  /// A full run; the server sends this answer to every submission.
   stage::RunResult runAnsweredBy(const std::string& answer) {
     server.answer("POST", "/submit", stage::Reply::json(answer));
     stage::RunResult run = machine.runLauncher();
@@ -117,7 +117,7 @@ class OrganiserGuide : public ::testing::Test {
     return bodies;
   }
 
-  /// The last command line of the card, behind the program's path.
+  /// The last command line of the card, after the program's path.
   [[nodiscard]] std::string cardArguments() const {
     const std::vector<stage::Event> starts = machine.timeline().events("card", "start");
     if (starts.empty()) return "(no card)";

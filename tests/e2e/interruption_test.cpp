@@ -112,7 +112,7 @@ struct Noted {
 
 /// What became of one kill.
 struct Outcome {
-  std::string change;    ///< that the kill point lies behind
+  std::string change;    ///< that the kill point lies after
   int times = 0;         ///< how often the server accepted the run in all
   int queuedTimes = 0;   ///< likewise the queued one
   bool lost = false;     ///< one of both: never accepted, and no copy left that will be sent
@@ -356,7 +356,7 @@ class Interruption : public ::testing::Test {
 
 const Lines kNone = {};
 
-/// What the kill points with a given outcome lie behind.
+/// What the kill points with a given outcome lie after.
 Lines pointsWhere(const std::vector<Outcome>& outcomes,
                   const std::function<bool(const Outcome&)>& wanted) {
   Lines points;

@@ -254,7 +254,7 @@ TEST_F(Judgement, endingMapOfAnOldSplitIsNoEndingMarker) {
                       false));
 }
 
-// A blank behind a key's colon hides the marker: keys are found byte for byte.
+// A blank after a key's colon hides the marker: keys are found byte for byte.
 TEST_F(Judgement, endingMarkerWithABlankIsNone) {
   machine.writeReceipt(
       "{\"splits\":[{\"i\":0,\"map\": \"ENDING:main\",\"t\":5}],\"total\":5}");

@@ -69,7 +69,7 @@ class Launch : public testing::Test {
   }
   stage::RunResult play() { return e2e::runUntilGameEnds(machine_); }
 
-  /// Starts the launcher, starts the game by hand behind this line, and plays to the end.
+  /// Starts the launcher, starts the game by hand after this line, and plays to the end.
   stage::RunResult playByHandAfter(std::string_view line) {
     stage::LauncherRun run = machine_.startLauncher();
     EXPECT_TRUE(run.waitForLog(line));
@@ -120,7 +120,7 @@ TEST_F(Launch, aSlowSteamIsWaitedFor) {
 }
 
 TEST_F(Launch, steamIsForgottenBeforeTheGameComes) {
-  // Steam's own process ends with an error before the game is there: nobody looks.
+  // Steam's own process ends with an error before the game is there: no matter.
   machine_.installSteam({.delayMs = 700, .exitCode = 9});
   settings(machine_.steamExe(), machine_.gameExe());
   EXPECT_EQ(launch(play()), (Lines{kLaunching, kSteamStarted, kWaiting, kExited, kClosed}));

@@ -207,7 +207,7 @@ TEST_F(LiveSplitStart, itIsStartedOnceWithTheSplitsAndStaysBehind) {
   const std::vector<stage::RunningProcess> running = stage::findProcesses("LiveSplit.exe");
   ASSERT_EQ(running.size(), 1U);
   EXPECT_EQ(runningId(run), running[0].id);
-  // What the player reads meanwhile is on the console alone, right behind the line.
+  // What the player reads meanwhile is on the console alone, right after the line.
   const std::string line = std::string(kEarly) + "\r\n";
   std::string console = run.log + kEnterPrompt;
   console.insert(console.find(line) + line.size(), kLoading);
@@ -352,7 +352,7 @@ class UsualPlace {
 
   static constexpr char kConfig[] = "<LayoutPath>C:\\usual.lsl</LayoutPath>";
 
-  /// False: the folder is there already, or nobody lets us create it.
+  /// False: the folder is there already, or we may not create it.
   [[nodiscard]] bool isOurs() const { return mine_; }
   [[nodiscard]] fs::path program() const { return folder_ / "LiveSplit.exe"; }
   [[nodiscard]] fs::path config() const { return folder_ / "settings.cfg"; }
@@ -440,7 +440,7 @@ class LiveSplitProbe : public LiveSplitStart {
     timer_.reply("getcurrenttimerphase", replies);
   }
 
-  /// When the probes came. (Without a race server nobody else asks for the phase.)
+  /// When the probes came. (Without a race server nothing else asks for the phase.)
   [[nodiscard]] std::vector<std::uint64_t> probes() const {
     std::vector<std::uint64_t> ticks;
     for (const stage::Event& event : machine.timeline().events("timer", "command")) {

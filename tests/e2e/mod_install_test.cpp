@@ -27,7 +27,7 @@ constexpr char kMain[] = "ue4ss/Mods/KOVWeekly/Scripts/main.lua";
 constexpr char kEnabled[] = "ue4ss/Mods/KOVWeekly/enabled.txt";
 constexpr std::uint32_t kErrorOnTop = 0x40010;  // MB_ICONERROR | MB_TOPMOST
 
-/// Writes a file of this size that takes no room on the disk behind its first bytes.
+/// Writes a file of this size that takes no room on the disk after its first bytes.
 void writeSparse(const fs::path& file, std::string_view first, std::int64_t size) {
   writeFile(file, first);
   const HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0,
@@ -89,7 +89,7 @@ class ModInstall : public e2e::FullRunTest {
     return "installed " + std::to_string(count) + " files into " + folder +
            (level.empty() ? "" : "\\" + std::string(level));
   }
-  /// The whole log of a run whose installation wrote these lines behind the first.
+  /// The whole log of a run whose installation wrote these lines after the first.
   [[nodiscard]] Lines logOf(const Lines& lines) const {
     return wholeLog({.install = joined({{kInstalling}, lines})});
   }

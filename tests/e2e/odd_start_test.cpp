@@ -1,5 +1,5 @@
 // Full runs on machines that are put up in an odd way: a start without any standard handle, a
-// folder that nobody may read, a registry value without its end.
+// folder that may not be read, a registry value without its end.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // A player's machine on an odd day: two launchers at once, a game that runs already, restarts
-// itself or lets nobody near it, a clock that went back.
+// itself or lets no one near it, a clock that went back.
 
 #include <gtest/gtest.h>
 
@@ -188,7 +188,7 @@ TEST_F(OddWorld, gameThatRestartsItselfIsJudgedTooEarlyAndItsRunSentByTheNextSta
             wholeLog({.weekly = weeklyUpdated({}), .upload = kNothingToUpload}));
   EXPECT_EQ(machine.timeline().events("game", "restart").size(), 1U);
 
-  // The second process plays the run to its end; nobody watches.
+  // The second process plays the run to its end, unwatched.
   machine.writeReceipt(receipt_);
   machine.endGame();
   ASSERT_TRUE(stage::waitForNoProcess("Backrooms-Win64-Shipping.exe"));

@@ -111,7 +111,7 @@ std::string resourceOf(const fs::path& program, const wchar_t* kind) {
   return bytes;
 }
 
-/// The text as it stands in a version resource.
+/// The text as written in a version resource.
 std::string asWideBytes(const std::string& text) {
   const std::wstring wide = stage::toWide(text);
   return {reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(wchar_t)};

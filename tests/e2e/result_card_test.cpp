@@ -40,7 +40,7 @@ class ResultCard : public e2e::FullRunTest {
     writeFile(machine.app() / "profile_token.txt", token);
   }
 
-  /// Everything behind the card's path on the result card's command line.
+  /// Everything after the card's path on the result card's command line.
   [[nodiscard]] std::string cardArguments() const {
     const std::string front = "\"" + textOf(machine.app() / "kov_result.exe") + "\"";
     const std::vector<stage::Event> cards = machine.timeline().events("card", "start");
@@ -356,7 +356,7 @@ TEST_F(ResultCard, aFlagThatCannotBeWrittenIsSilent) {
 
 // Boxes ------------------------------------------------------------------------------------
 
-/// Without a card that could be started, the result is told by the plain box.
+/// Without a card that could be started, the plain box shows the result.
 class ResultBox : public ResultCard {
  protected:
   ResultBox() { fs::remove(machine.app() / "kov_result.exe"); }

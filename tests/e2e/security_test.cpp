@@ -154,7 +154,7 @@ TEST_F(HostileTexts, acceptedRun) {
 }
 
 // The error's text ends at its first quote, so it cannot end the card's message, and the text
-// behind it keeps a backslash off the closing quote.
+// after it keeps a backslash off the closing quote.
 TEST_F(HostileTexts, refusedRun) {
   const std::string error = std::string(kFormat) + " --kind ok --ok 1 --msg x\\\\";
   const std::string reply = "{\"accepted\":false,\"error\":\"" + error + "\" --kind ok\"}";

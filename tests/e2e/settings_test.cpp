@@ -13,7 +13,7 @@ using stage::textOf;
 /// Settings as a dry run shows them. The stage has no Steam, so nothing is detected.
 class SettingsFile : public testing::Test {
  protected:
-  /// The log of a run with this settings file, behind the start line.
+  /// The log of a run with this settings file, after the start line.
   Lines read(std::string_view ini) {
     machine_.writeRawIni(ini);
     return behindStart(machine_.runLauncher({}, options_).log);

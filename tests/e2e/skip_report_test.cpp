@@ -1,4 +1,4 @@
-// What the race server is told about a run that is not submitted.
+// What the race server gets to know of a run that is not submitted.
 
 #include <gtest/gtest.h>
 

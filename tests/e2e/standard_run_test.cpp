@@ -30,7 +30,7 @@ class StandardRun : public testing::Test {
     EXPECT_TRUE(machine_.timeline().waitFor("browser", "open"));
   }
 
-  /// The path that the registry gives: in lower case.
+  /// The path that the registry has: in lower case.
   [[nodiscard]] std::string steam() const {
     return stage::replaceAll(*stage::RegistryKeeper::read("Software\\Valve\\Steam", "SteamPath"),
                              "/", "\\") +

@@ -40,7 +40,7 @@ class StopPoints {
   using Decide = std::function<bool(const Stop&)>;
 
   /// Starts the program; its standard output goes into the file, its input is empty.
-  /// `arguments` is the raw text behind the quoted program path.
+  /// `arguments` is the raw text after the quoted program path.
   StopPoints(const std::filesystem::path& program, const std::filesystem::path& console,
              const std::wstring& arguments = {}) {
     const stage::WinHandle out = stage::openInheritable(console, FILE_APPEND_DATA, CREATE_ALWAYS);

@@ -343,7 +343,7 @@ TEST_F(Submission, fileThatCannotBeWrittenIsNotMissed) {
   EXPECT_EQ(machine.dataFiles(), (Lines{"profile_opened.flag\\", "profile_token.txt\\"}));
 }
 
-// The browser is gone: nobody asks whether the page opened.
+// The browser is gone: no one asks whether the page opened.
 TEST_F(Submission, pageThatCannotBeOpenedCountsAsOpened) {
   machine.installBrowser();
   std::filesystem::remove(machine.root() / "bin" / "browser.exe");
@@ -360,7 +360,7 @@ TEST_F(Submission, pageThatCannotBeOpenedCountsAsOpened) {
 
 class SubmissionSite : public Submission {
  protected:
-  /// The page that opens with these lines behind the settings.
+  /// The page that opens with these lines after the settings.
   std::string pageWith(const std::string& siteLines) {
     machine.installBrowser();
     server.clearAnswers();
@@ -467,7 +467,7 @@ class SubmissionCard : public Submission {
     return run;
   }
 
-  /// What stands behind the card's path in the result card's command line.
+  /// What stands after the card's path in the result card's command line.
   [[nodiscard]] std::string resultCard() const {
     const std::string program =
         "\"" + stage::textOf(machine.app() / "kov_result.exe") + "\"";

@@ -20,7 +20,7 @@ inline constexpr char kStartLine[] = "=== KOV launcher start (build 2026-10-28 1
 inline constexpr char kDoneLine[] = "=== KOV launcher done ===";
 inline constexpr char kEnterPrompt[] = "\r\n按回车键退出...";
 
-/// The text with the digits behind every `before` replaced by "#": process ids ("pid 123").
+/// The text with the digits after every `before` replaced by "#": process ids ("pid 123").
 inline std::string maskNumbers(std::string text, std::string_view before = "pid ") {
   for (std::size_t at = text.find(before); at != std::string::npos; at = text.find(before, at)) {
     at += before.size();
@@ -58,14 +58,14 @@ inline Lines maskedLog(const stage::RunResult& run) {
   return linesOf(maskStamps(maskNumbers(run.log)));
 }
 
-/// Lines as they stand in the log file and on the console: each ended by CR LF.
+/// Lines as written to the log file and on the console: each ended by CR LF.
 inline std::string asWritten(const Lines& lines) {
   std::string text;
   for (const std::string& line : lines) text += line + "\r\n";
   return text;
 }
 
-/// Several lists of lines behind one another.
+/// Several lists of lines after one another.
 inline Lines joined(std::initializer_list<Lines> parts) {
   Lines all;
   for (const Lines& part : parts) all.insert(all.end(), part.begin(), part.end());
@@ -96,7 +96,7 @@ class UsualSteamFolder {
   UsualSteamFolder(const UsualSteamFolder&) = delete;
   UsualSteamFolder& operator=(const UsualSteamFolder&) = delete;
 
-  /// False: there is one already, or nobody lets us create it.
+  /// False: there is one already, or we may not create it.
   [[nodiscard]] bool isOurs() const { return mine_; }
   static std::filesystem::path path() { return L"C:\\Program Files (x86)\\Steam"; }
 

@@ -108,7 +108,7 @@ class TimerOddBytes : public UploadTest {
   stage::TimerServer timer;
 };
 
-// A time ends at a NUL, and so does what the log shows; but a phase with a NUL behind it is
+// A time ends at a NUL, and so does what the log shows; but a phase with a NUL after it is
 // not the phase "Ended" any more.
 TEST_F(TimerOddBytes, nulBytesEndATimeAndSpoilAPhase) {
   answer(std::string("00:12:34.56\0" "99\n", 15), std::string("Ended\0\n", 7));

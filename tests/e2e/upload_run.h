@@ -40,7 +40,7 @@ inline Lines submissionLog(const Lines& lines, bool accepted) {
                    accepted);
 }
 
-/// The lines behind the first that begins with `from`, up to (not including) the next that
+/// The lines after the first that begins with `from`, up to (not including) the next that
 /// begins with `to`; empty when either is missing.
 inline Lines between(const Lines& lines, std::string_view from, std::string_view to) {
   Lines part;
@@ -59,7 +59,7 @@ class UploadTest : public ::testing::Test {
  protected:
   UploadTest() { server.answer("POST", "/submit", stage::Reply::json(kAccepted)); }
 
-  /// Runs `launcher.exe --upload` with the settings as they stand.
+  /// Runs `launcher.exe --upload` with the settings so far.
   stage::RunResult upload() {
     machine.writeIni(settings);
     stage::RunOptions options;
@@ -95,7 +95,7 @@ class UploadTest : public ::testing::Test {
   stage::Ini settings{{"server", server.url()}, {"player", "runner"}};
 };
 
-/// A text without its first byte: how a receipt stands behind the launcher's members.
+/// A text without its first byte: how a receipt stands after the launcher's members.
 inline std::string behindBrace(const std::string& receipt) { return receipt.substr(1); }
 
 /// The body that a receipt with a difficulty of its own is submitted in, without Steam.

@@ -45,7 +45,7 @@ inline void require(bool holds, const char* what, const char* file, int line) {
   std::abort();
 }
 
-/// Takes what stands before the first NUL as one text and goes on behind it: how a target
+/// Takes what stands before the first NUL as one text and goes on after it: how a target
 /// makes several texts of one input.
 inline std::string_view takePart(std::string_view& input) {
   const std::size_t end = input.find('\0');

@@ -14,7 +14,7 @@ KOV_FUZZ_TARGET(layout) {
   check(*fixed != input);
   check(!launcher::withLayoutPath(*fixed, kWanted));
   check(fuzzing::countOf(*fixed, kClose) <= fuzzing::countOf(input, kClose));
-  // Up to the first element everything stayed, and behind it stands the wanted path.
+  // Up to the first element everything stayed, and after it stands the wanted path.
   const std::size_t value = input.find(kOpen) + kOpen.size();
   check(fixed->substr(0, value) == input.substr(0, value));
   check(std::string_view(*fixed).substr(value).starts_with(kWanted));

@@ -11,7 +11,7 @@ std::string restOfLine(std::string_view text, std::size_t at) {
   return std::string(text.substr(at, end == text.npos ? text.npos : end - at));
 }
 
-/// The line after the one that holds `mark`: what GTEST_SKIP() was told.
+/// The line after the one that holds `mark`: the reason of GTEST_SKIP().
 std::string lineAfter(std::string_view text, std::string_view mark) {
   const std::size_t hit = text.find(mark);
   const std::size_t end = hit == text.npos ? text.npos : text.find('\n', hit);

@@ -133,7 +133,7 @@ bool isAscii(std::string_view bytes) {
   return true;
 }
 
-/// One character of UTF-8 from `at` on, which moves behind it; as much of a broken one as
+/// One character of UTF-8 from `at` on, which moves after it; as much of a broken one as
 /// could have been the beginning of a whole one counts as one.
 char32_t takeUtf8(std::string_view bytes, std::size_t& at) {
   const std::uint8_t first = byteOf(bytes[at++]);

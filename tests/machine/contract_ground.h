@@ -38,7 +38,7 @@ class Ground {
 
   /// Address of a race server, without a slash at its end; it answers with this body.
   [[nodiscard]] std::string server(Answers answers, const std::string& body);
-  /// Address at which nobody listens.
+  /// Address at which nothing listens.
   [[nodiscard]] std::string nobody() const;
   /// "METHOD target body" of each request so far.
   [[nodiscard]] std::vector<std::string> requests() const;

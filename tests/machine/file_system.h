@@ -25,7 +25,7 @@ enum class FileError : unsigned {
 
 /// What a program that holds a file open leaves to others.
 enum class Sharing {
-  all,         ///< nobody holds it, or everything is allowed
+  all,         ///< it is not held, or everything is allowed
   noDelete,    ///< others may read and write
   readOnly,    ///< others may read
   nothing,

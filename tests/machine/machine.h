@@ -178,7 +178,7 @@ class Machine {
   void waitForEnd(unsigned long id);
   /// The same, at most so long.
   void waitForEnd(unsigned long id, std::int64_t milliseconds);
-  /// Nobody may open this process.
+  /// This process may not be opened.
   void lock(unsigned long id) { processes_[id].locked = true; }
   [[nodiscard]] bool isLocked(unsigned long id) const { return processes_.at(id).locked; }
 

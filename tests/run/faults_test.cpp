@@ -9,7 +9,7 @@
 namespace worlds {
 namespace {
 
-// Every fault where nobody waits for it: scripts/soak faults and scripts/soak pairs. Here every
+// Every fault, when time is no matter: scripts/soak faults and scripts/soak pairs. Here every
 // seventh fault of each world, and some pairs.
 constexpr std::size_t kStride = 7;
 constexpr std::size_t kPairs = 15;

@@ -10,7 +10,7 @@
 namespace worlds {
 namespace {
 
-/// Every stop where nobody waits for it: scripts/soak stops. Here every 17th of each world,
+/// Every stop, when time is no matter: scripts/soak stops. Here every 17th of each world,
 /// which meets every part of the run in one world or another.
 constexpr std::size_t kStride = 17;
 

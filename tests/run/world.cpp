@@ -56,7 +56,7 @@ std::string resultOf(Plays plays, const std::string& seed) {
   return run.text();
 }
 
-/// The number behind "seed": in a body; empty when there is none.
+/// The number after "seed": in a body; empty when there is none.
 std::string seedIn(const std::string& body) {
   constexpr std::string_view kKey = "\"seed\":";
   const std::size_t key = body.find(kKey);

@@ -36,7 +36,7 @@ enum class Plays {
 enum class Starts {
   bySteam,   ///< a few seconds after Steam was asked
   late,      ///< a minute after, when it has been started directly too
-  atLast,    ///< 145 s after Steam was asked, five before nobody waits any more
+  atLast,    ///< 145 s after Steam was asked, five before the wait ends
   directly,  ///< only when it is started itself
   never,
   running,   ///< it runs already
@@ -47,7 +47,7 @@ enum class Starts {
 enum class Timer {
   none,       ///< the settings name none
   ended,      ///< it comes up and answers as after the run
-  closed,     ///< it comes up, nobody has started its server
+  closed,     ///< it comes up, its server is not started
   running,    ///< it runs already and answers as before the run
   noTime,     ///< it answers "-" to every question for a time
   silent,     ///< it connects and stays silent until the player closes it
@@ -58,7 +58,7 @@ enum class Card { none, quick, slow, broken };
 enum class Mod { noPackage, same, missing, incomplete };
 enum class Steam { registry, none, noAccount };
 
-/// A player's machine, and what happens on it: as it stands, a run that is accepted.
+/// A player's machine, and what happens on it: by default, a run that is accepted.
 struct World {
   std::string name = "happy";
   std::string argument = {};        ///< of the launcher: a side mode

@@ -27,7 +27,7 @@ std::size_t skipBlanks(std::string_view code, std::size_t at) {
   return std::min(code.find_first_not_of(" \t\r\n", at), code.size());
 }
 
-/// The value of the string literals that stand side by side at `at`, which moves behind them.
+/// The value of the string literals that stand side by side at `at`, which moves after them.
 std::string readLiterals(std::string_view code, std::size_t& at) {
   std::string value;
   for (at = skipBlanks(code, at); at < code.size() && code[at] == '"';

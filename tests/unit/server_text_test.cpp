@@ -63,7 +63,7 @@ TEST(ServerText, skipReportEscapesNothing) {
 using std::literals::string_literals::operator""s;
 using std::literals::string_view_literals::operator""sv;
 
-/// The entry's part of the body: what stands behind the launcher's own members.
+/// The entry's part of the body: what stands after the launcher's own members.
 std::string resent(std::string_view entry) {
   const std::string body = pendingBody(entry, "P", "D");
   const std::string front = "{\"player\":\"P\",\"difficulty\":\"D\",";

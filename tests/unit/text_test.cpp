@@ -126,7 +126,7 @@ TEST(Text, lineFeedBehindAFullPieceIsAPieceOfItsOwn) {
 TEST(Text, pieceIsCutAtItsFirstNul) {
   EXPECT_EQ(linePieces("ab\0cd\nef"sv, 1024), (Pieces{"ab", "ef"}));
   EXPECT_EQ(linePieces("\0\nx\0"sv, 1024), (Pieces{"", "x"}));
-  // The bytes behind the NUL still fill the buffer.
+  // The bytes after the NUL still fill the buffer.
   EXPECT_EQ(linePieces("a\0bcd"sv, 4), (Pieces{"a", "cd"}));
 }
 

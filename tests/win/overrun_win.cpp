@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kBufferBytes = 16;
 
 char target[kBufferBytes];
-char room[4096];  // behind the target, so that an overrun does no harm of its own
+char room[4096];  // after the target, so that an overrun does no harm of its own
 
 [[gnu::noinline]] char copy(const char* source, std::size_t bytes) {
   std::memcpy(target, source, bytes);

@@ -1,4 +1,4 @@
-// The organiser's check of a race package: what it accepts, and that each mistake is told.
+// The organiser's check of a race package: what it accepts, and that each mistake is reported.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

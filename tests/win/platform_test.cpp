@@ -98,7 +98,7 @@ TEST_F(Platform, filesThatWereReadAndWrittenAreClosed) {
   (void)readFile(in("a"));
   (void)readFileStart(in("a"), 1);
   (void)opensForReading(in("a"));
-  // Nobody else may have it open for this.
+  // No one else may have it open for this.
   const HANDLE alone = CreateFileW((folder / "a").c_str(), GENERIC_READ | GENERIC_WRITE, 0,
                                    nullptr, OPEN_EXISTING, 0, nullptr);
   EXPECT_NE(alone, INVALID_HANDLE_VALUE);

@@ -25,7 +25,7 @@ using Texts = std::vector<std::string>;
 
 constexpr double kUntouched = -7.0;
 
-/// The time that livesplitReadTime gives, or kUntouched when it gives none.
+/// The time that livesplitReadTime returns, or kUntouched without one.
 double readTime() {
   double seconds = kUntouched;
   const bool found = livesplitReadTime(seconds);
@@ -292,7 +292,7 @@ class TimerGenerations : public ::testing::TestWithParam<stage::TimerGeneration>
     return given;
   }
 
-  /// Sends a command that the timer does not answer, and a read command behind it, so that
+  /// Sends a command that the timer does not answer, and a read command after it, so that
   /// it has been obeyed when this returns.
   static void control(const std::string& command) {
     (void)livesplitCommand(command + "\r\ngetcurrenttimerphase");

@@ -38,7 +38,7 @@ constexpr char kEmpty[] = "(empty)";
 constexpr char kLost[] = "";
 /// Wine 8's WinHTTP loses count of its buffer when a read fails while it is at the headers, and
 /// then now and then reads beyond it: a crash of its own that no caller can prevent. A reset
-/// right behind a part of the answer may be noticed that early.
+/// right after a part of the answer may be noticed that early.
 constexpr char kCrashesInWine[] = "(Wine's own WinHTTP crashes)";
 
 struct Fault {
@@ -246,7 +246,7 @@ TEST_P(WireRedirect, toAPortWhereNobodyListensFails) {
   EXPECT_EQ(server.requests().size(), 1U);
 }
 
-// Windows goes on with a GET behind 301 to 303; Wine fails behind 301 and 302.
+// Windows goes on with a GET after 301 to 303; Wine fails after 301 and 302.
 TEST_P(WireRedirect, ofAPost) {
   server.answer("POST", "/x", redirectTo("/y"));
   server.answer("*", "/y", Reply::text("here"));
@@ -306,7 +306,7 @@ TEST(WireTls, spokenToAPlainServerFails) {
   EXPECT_EQ(server.requests().size(), 0U);
 }
 
-// An encrypted server whose certificate nobody has signed: the handshake comes to its end, so
+// An encrypted server whose certificate no authority signed: the handshake comes to its end, so
 // nothing but the certificate is wrong, and then not one byte of a request is sent.
 TEST(WireTls, certificateThatNobodySignedFails) {
   if (!unix_shell::available()) GTEST_SKIP() << "the encrypted server runs below Wine only";
