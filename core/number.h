@@ -10,4 +10,8 @@ namespace launcher {
 /// do not know the exponent "d"; which one a build is linked with must not show in a result.
 [[nodiscard]] double readDecimal(const char* text);
 
+/// The whole number that `text` begins with, [blanks][+|-]digits; zero when there is none.
+/// Beyond 32 bits its lowest 32 bits are left: C libraries differ there, too.
+[[nodiscard]] int readInteger(const char* text);
+
 }  // namespace launcher

@@ -1,7 +1,5 @@
 #include "result/flat_json.h"
 
-#include <cstdlib>
-
 #include "core/number.h"
 #include "core/text.h"
 
@@ -108,7 +106,7 @@ double numberAfter(const std::string& text, std::string_view pattern, double abs
 
 int integerAfter(const std::string& text, std::string_view pattern, int absent) {
   const std::size_t hit = findText(text, pattern, 0);
-  return hit == npos ? absent : std::atoi(text.c_str() + hit + pattern.size());
+  return hit == npos ? absent : readInteger(text.c_str() + hit + pattern.size());
 }
 
 }  // namespace launcher

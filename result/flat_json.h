@@ -80,7 +80,8 @@ struct Span {
 [[nodiscard]] double numberAfterFrom(const std::string& text, std::string_view pattern,
                                      std::size_t start, double absent);
 
-/// The integer directly after the first `pattern`, as the C library's atoi reads it.
+/// The integer directly after the first `pattern`, as readInteger reads it; `absent` without
+/// the pattern.
 [[nodiscard]] int integerAfter(const std::string& text, std::string_view pattern, int absent);
 
 }  // namespace launcher

@@ -9,6 +9,7 @@
 namespace {
 
 using launcher::readDecimal;
+using launcher::readInteger;
 
 TEST(ReadDecimal, readsDecimalNumbers) {
   EXPECT_EQ(readDecimal("12.5,\"map\""), 12.5);
@@ -75,6 +76,42 @@ TEST(ReadDecimal, isWhatMsvcrtReads) {
         "1e-999", "4.9e-324", "1e99999999999", ".5d1", "5.d1", ".d1", "007", "1_0"}) {
     EXPECT_EQ(readDecimal(text), std::atof(text)) << text;
     EXPECT_EQ(std::signbit(readDecimal(text)), std::signbit(std::atof(text))) << text;
+  }
+}
+#endif
+
+TEST(ReadInteger, endsAtTheFirstByteThatIsNoDigit) {
+  EXPECT_EQ(readInteger("7,\"points\":3"), 7);
+  EXPECT_EQ(readInteger(" \t\n\v\f\r-5}"), -5);
+  EXPECT_EQ(readInteger("+3.9"), 3);
+  EXPECT_EQ(readInteger("1e3"), 1);
+  EXPECT_EQ(readInteger("0x10"), 0);
+  EXPECT_EQ(readInteger("010"), 10);
+}
+
+TEST(ReadInteger, isZeroWithoutADigit) {
+  for (const char* text : {"", "-", "+", "- 5", "+-5", "x5", "\"5\"", "null", "\xA0" "7"}) {
+    EXPECT_EQ(readInteger(text), 0) << text;
+  }
+}
+
+TEST(ReadInteger, beyondItsRangeTheLowest32BitsAreLeft) {
+  EXPECT_EQ(readInteger("2147483647"), 2147483647);
+  EXPECT_EQ(readInteger("-2147483648"), std::numeric_limits<int>::min());
+  EXPECT_EQ(readInteger("2147483648"), std::numeric_limits<int>::min());
+  EXPECT_EQ(readInteger("-2147483649"), 2147483647);
+  EXPECT_EQ(readInteger("4294967297"), 1);
+  EXPECT_EQ(readInteger("-4294967297"), -1);
+  EXPECT_EQ(readInteger("18446744073709551616000000003"), 3);
+}
+
+#ifdef _WIN32
+TEST(ReadInteger, isWhatMsvcrtReads) {
+  for (const char* text :
+       {"", "-", " \v5", "+5", "+-5", "- 5", "12.9", "1e2", "0x10", "010", "2147483647",
+        "-2147483648", "2147483648", "-2147483649", "4294967297", "-4294967297",
+        "18446744073709551616000000003"}) {
+    EXPECT_EQ(readInteger(text), std::atoi(text)) << text;
   }
 }
 #endif
