@@ -4,7 +4,8 @@
 #
 # kov_system: the same DLLs linked in the usual way, for tests.
 add_library(kov_system INTERFACE)
-target_link_libraries(kov_system INTERFACE winhttp ws2_32 shell32 ole32 user32 advapi32)
+target_link_libraries(kov_system INTERFACE
+  winhttp ws2_32 shell32 user32 advapi32 iphlpapi ole32 oleaut32)
 
 # kov_delay_import(<dll name without .dll> <function>...): an import library whose
 # functions load the DLL when the first of them is called; gathers in kov_delayed.
@@ -34,10 +35,15 @@ endfunction()
 
 kov_delay_import(winhttp
   WinHttpCloseHandle WinHttpConnect WinHttpCrackUrl WinHttpOpen WinHttpOpenRequest
-  WinHttpReadData WinHttpReceiveResponse WinHttpSendRequest)
+  WinHttpQueryHeaders WinHttpReadData WinHttpReceiveResponse WinHttpSendRequest
+  WinHttpSetOption)
 kov_delay_import(ws2_32
   WSACleanup WSAIoctl WSAStartup closesocket connect htonl htons recv send socket)
-kov_delay_import(ole32 CoInitializeEx CoUninitialize)
+kov_delay_import(ole32 CoCreateInstance CoInitializeEx CoSetProxyBlanket CoUninitialize)
 kov_delay_import(shell32 ShellExecuteExA)
 kov_delay_import(user32 MessageBoxA MessageBoxW)
 kov_delay_import(advapi32 RegCloseKey RegOpenKeyExW RegQueryValueExW)
+
+# What only the companion calls.
+kov_delay_import(iphlpapi GetExtendedTcpTable)
+kov_delay_import(oleaut32 SysAllocString SysFreeString VariantClear)

@@ -15,7 +15,6 @@
 #include "steam/discovery.h"
 #include "steam/game_launch.h"
 #include "steam/mod_install.h"
-#include "steam/registry.h"
 
 namespace launcher {
 namespace {
@@ -28,23 +27,15 @@ void promptForEnd() {
 }
 
 void findSteam(Settings& settings) {
-  if (pathExists(settings.steam)) return;
-  const std::string root = readSteamRoot();
-  if (root.empty()) return;
-  // Not tested for existence, and logged all the same: launchAndWait() looks before it starts.
-  settings.steam = root + "\\steam.exe";
-  logLine("steam detected: %s", settings.steam.c_str());
+  if (resolveSteam(settings)) logLine("steam detected: %s", settings.steam.c_str());
 }
 
 void findGame(Settings& settings) {
-  if (pathExists(settings.game)) return;
-  const std::string found = findGameExe(readSteamRoot());
-  if (found.empty()) {
-    logLine("game not found in any steam library");
-    return;
+  switch (resolveGame(settings)) {
+    case GameSearch::notNeeded: return;
+    case GameSearch::found: logLine("game detected: %s", settings.game.c_str()); return;
+    case GameSearch::notFound: logLine("game not found in any steam library"); return;
   }
-  settings.game = found;
-  logLine("game detected: %s", settings.game.c_str());
 }
 
 void logDryRun(const Settings& settings) {

@@ -10,25 +10,12 @@
 namespace launcher {
 namespace {
 
-constexpr wchar_t kImageName[] = L"LiveSplit.exe";
 constexpr const char* kUsualPrograms[] = {
     "C:\\Program Files\\LiveSplit\\LiveSplit.exe",
     "C:\\Program Files (x86)\\LiveSplit\\LiveSplit.exe",
 };
 constexpr int kProbes = 30;
 constexpr unsigned kProbeIntervalMs = 500;
-
-/// Replaces a path that does not exist by the first usual one that does. True when
-/// it was replaced.
-bool resolveProgram(std::string& livesplit) {
-  if (pathExists(livesplit)) return false;
-  for (const char* usual : kUsualPrograms) {
-    if (!pathExists(usual)) continue;
-    livesplit = usual;
-    return true;
-  }
-  return false;
-}
 
 StartResult startWithSplits(const Settings& settings) {
   const std::wstring program = ansiToWide(settings.livesplit);
@@ -37,6 +24,16 @@ StartResult startWithSplits(const Settings& settings) {
 }
 
 }  // namespace
+
+bool resolveLivesplit(std::string& livesplit) {
+  if (pathExists(livesplit)) return false;
+  for (const char* usual : kUsualPrograms) {
+    if (!pathExists(usual)) continue;
+    livesplit = usual;
+    return true;
+  }
+  return false;
+}
 
 void fixLivesplitLayout(const std::string& livesplit) {
   const std::string folder = parentFolder(livesplit);
@@ -51,8 +48,8 @@ void fixLivesplitLayout(const std::string& livesplit) {
 void startLivesplitEarly(Settings& settings) {
   if (settings.livesplit.empty()) return;
   fixLivesplitLayout(settings.livesplit);
-  if (settings.livesplit_lss.empty() || findProcessByName(kImageName) != 0) return;
-  (void)resolveProgram(settings.livesplit);  // only the second start logs the place
+  if (settings.livesplit_lss.empty() || findProcessByName(kLivesplitImageName) != 0) return;
+  (void)resolveLivesplit(settings.livesplit);  // only the second start logs the place
   if (!pathExists(settings.livesplit)) return;
   if (!startWithSplits(settings).process) return;
   logLine("livesplit started early (before chooser)");
@@ -61,10 +58,10 @@ void startLivesplitEarly(Settings& settings) {
 
 void startLivesplit(Settings& settings) {
   if (settings.livesplit.empty() || settings.livesplit_lss.empty()) return;
-  if (resolveProgram(settings.livesplit)) {
+  if (resolveLivesplit(settings.livesplit)) {
     logLine("livesplit found at %s", settings.livesplit.c_str());
   }
-  if (const unsigned long processId = findProcessByName(kImageName); processId != 0) {
+  if (const unsigned long processId = findProcessByName(kLivesplitImageName); processId != 0) {
     logLine("livesplit already running (pid %lu), not opening another", processId);
     return;
   }

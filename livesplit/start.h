@@ -6,6 +6,13 @@
 
 namespace launcher {
 
+/// Image name of LiveSplit's process.
+inline constexpr wchar_t kLivesplitImageName[] = L"LiveSplit.exe";
+
+/// Replaces a path that does not exist by the first usual place of LiveSplit that does. True
+/// when it was replaced.
+[[nodiscard]] bool resolveLivesplit(std::string& livesplit);
+
 /// Makes LiveSplit load the race's layout, halvorn.lsl beside it, at its next start
 /// by rewriting its settings.cfg. Nothing happens when that file is missing, empty
 /// or right already.

@@ -12,14 +12,16 @@
 namespace launcher {
 namespace {
 
-/// True when the server accepted the entry.
-bool resend(const Settings& settings, const std::string& url, const std::string& path) {
+Resent resend(const Settings& settings, const std::string& url, const std::string& path) {
+  Resent result;
+  result.path = path;
   const std::string entry = readWholeFile(path);
-  if (!isSendable(entry)) return false;
+  result.sendable = isSendable(entry);
+  if (!result.sendable) return result;
   const std::string difficulty = settings.difficulty.empty() ? "normal" : settings.difficulty;
-  std::string reply;
   const std::string body = pendingBody(entry, playerName(settings), difficulty);
-  return httpPostJson(url, body, reply) && acceptsRun(reply);
+  result.accepted = httpPostJson(url, body, result.reply) && acceptsRun(result.reply);
+  return result;
 }
 
 }  // namespace
@@ -34,19 +36,28 @@ void savePending(const Settings& settings) {
   if (writeWholeFile(entryPath, *result)) logLine("pending saved: %s", entryPath.c_str());
 }
 
-void flushPending(const Settings& settings) {
-  const std::string folder = inDataFolder(settings.data, kPendingFolder) + "\\";
-  FolderListing listing(folder + "*.json");
-  if (!listing.started()) return;
+QueueListing::QueueListing(const std::string& dataFolder)
+    : folder_(inDataFolder(dataFolder, kPendingFolder) + "\\"), listing_(folder_ + "*.json") {}
+
+std::string QueueListing::next() {
+  const FolderEntry* entry = listing_.next();
+  while (entry != nullptr && entry->isFolder) entry = listing_.next();
+  return entry == nullptr ? std::string() : folder_ + entry->name;
+}
+
+void flushPending(const Settings& settings, std::vector<Resent>* results) {
+  QueueListing queue(settings.data);
+  if (!queue.started()) return;
   const std::string server = stripTrailingSlashes(settings.server);
   if (server.empty()) return;
   int sent = 0;
-  while (const FolderEntry* entry = listing.next()) {
-    if (entry->isFolder) continue;
-    const std::string path = folder + entry->name;
-    if (!resend(settings, server + "/submit", path)) continue;
-    deleteFile(path);
-    ++sent;
+  for (std::string path = queue.next(); !path.empty(); path = queue.next()) {
+    Resent result = resend(settings, server + "/submit", path);
+    if (result.accepted) {
+      deleteFile(path);
+      ++sent;
+    }
+    if (results != nullptr) results->push_back(std::move(result));
   }
   logLine("pending flushed: %d", sent);
 }

@@ -34,11 +34,30 @@ std::string findGameExe(const std::string& steamRoot) {
   return {};
 }
 
-SteamAccount detectSteamAccount() {
+bool resolveSteam(Settings& settings) {
+  if (pathExists(settings.steam)) return false;
+  const std::string root = readSteamRoot();
+  if (root.empty()) return false;
+  // Not tested for existence, and logged all the same: launchAndWait() looks before it starts.
+  settings.steam = root + "\\steam.exe";
+  return true;
+}
+
+GameSearch resolveGame(Settings& settings) {
+  if (pathExists(settings.game)) return GameSearch::notNeeded;
+  const std::string found = findGameExe(readSteamRoot());
+  if (found.empty()) return GameSearch::notFound;
+  settings.game = found;
+  return GameSearch::found;
+}
+
+std::string readLoginUsers() {
   std::string root = readSteamRoot();
   if (root.empty()) root = kUsualSteamFolder;
-  return recentAccount(readWholeFile(root + kLoginUsersFile));
+  return readWholeFile(root + kLoginUsersFile);
 }
+
+SteamAccount detectSteamAccount() { return recentAccount(readLoginUsers()); }
 
 std::string detectSteamPersona() { return detectSteamAccount().persona; }
 

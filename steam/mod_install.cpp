@@ -14,32 +14,32 @@ bool installFile(const std::string& source, std::uint64_t bytes, const std::stri
   return copyFileOver(source, target);
 }
 
-/// The required files that `gameFolder` lacks, one a line; logs each.
-std::string missingModFiles(const std::string& gameFolder, int& count) {
-  std::string missing;
-  for (const char* file : kRequiredModFiles) {
-    if (pathExists(gameFolder + file)) continue;
-    ++count;
-    missing.append(file).push_back('\n');
+void verifyMod(const std::string& gameFolder) {
+  std::string lines;
+  const std::vector<const char*> missing = missingModFiles(gameFolder);
+  for (const char* file : missing) {
+    lines.append(file).push_back('\n');
     logLine("MISSING after install: %s", file);
   }
-  return missing;
-}
-
-void verifyMod(const std::string& gameFolder) {
-  int count = 0;
-  const std::string missing = missingModFiles(gameFolder, count);
-  if (count == 0) {
+  if (missing.empty()) {
     logLine("mod install verified OK (4/4 files)");
     return;
   }
-  logLine("mod install INCOMPLETE (%d missing)", count);
-  const std::wstring files = ansiToWide(missing);
+  logLine("mod install INCOMPLETE (%d missing)", static_cast<int>(missing.size()));
+  const std::wstring files = ansiToWide(lines);
   const std::wstring folder = ansiToWide(gameFolder);
   showMessage(incompleteModMessage(files, folder), MessageIcon::error);
 }
 
 }  // namespace
+
+std::vector<const char*> missingModFiles(const std::string& folder) {
+  std::vector<const char*> missing;
+  for (const char* file : kRequiredModFiles) {
+    if (!pathExists(folder + file)) missing.push_back(file);
+  }
+  return missing;
+}
 
 void copyTree(const std::string& source, const std::string& target) {
   FolderListing listing(source + "\\*");
