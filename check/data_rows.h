@@ -18,7 +18,7 @@ enum class Leftover {
 /// What was found out about the data folder. Paths are for showing, in UTF-8.
 struct DataFacts {
   bool isSet = true;            ///< launcher.ini names a data folder
-  std::string data;
+  std::string data = {};
   std::size_t ansiBytes = 0;    ///< length of its path in the ANSI code page
   bool exists = true;
   bool isFile = false;          ///< a file of that name is in the way
@@ -26,10 +26,10 @@ struct DataFacts {
   bool canWrite = true;         ///< when it exists: a file was written, read back and removed
   std::optional<std::uint64_t> freeBytes = {};
   bool receiptFolderExists = true;
-  std::string receiptFolder;
+  std::string receiptFolder = {};
   Leftover modResult = Leftover::none;
   Leftover receipt = Leftover::none;
-  std::string receiptFile;
+  std::string receiptFile = {};
 };
 
 /// The rows of the stage "data folder".

@@ -29,11 +29,11 @@ enum class ServerStartup {
 /// What was found out about LiveSplit's files. Texts are UTF-8.
 struct LivesplitFacts {
   bool isSet = true;           ///< launcher.ini names a LiveSplit
-  std::string program;         ///< as a start would use it
+  std::string program = {};         ///< as a start would use it
   bool exists = true;
   bool isUsualPlace = false;   ///< it was found in a usual folder, not where the settings say
   bool hasSplitsSetting = true;
-  std::string splits;
+  std::string splits = {};
   bool splitsExist = true;
   bool hasLayout = true;       ///< halvorn.lsl beside it
   ServerStartup startup = ServerStartup::tcp;
@@ -49,9 +49,9 @@ struct TimerFacts {
   bool willBeStarted = true;   ///< a start of the launcher opens LiveSplit when it does not run
   bool runs = false;           ///< a LiveSplit runs
   bool silent = false;         ///< connected, and no answer within the limit
-  std::string phase;           ///< the answer to "getcurrenttimerphase"; empty: none
+  std::string phase = {};           ///< the answer to "getcurrenttimerphase"; empty: none
   bool silentOnSplit = false;  ///< no answer to "getlastsplittime" while nothing runs
-  std::string holder;          ///< file name of the program that listens on the port, if known
+  std::string holder = {};          ///< file name of the program that listens on the port, if known
   ServerStartup startup = ServerStartup::tcp;
 };
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "check/actions.h"
 #include "check/command_line.h"
 #include "check/report.h"
 #include "check/system_win.h"
@@ -19,14 +20,30 @@ constexpr Wording kUsage = {
     "用法：kov_check.exe [--text | --support 文件] [--language zh|en]\n",
     "usage: kov_check.exe [--text | --support FILE] [--language zh|en]\n"};
 
-int printPages(Language language) {
-  const Machine machine = readMachine();
+/// Page 1 with every question answered.
+Findings wholePage(const Machine& machine, Language language) {
   Findings page = quickFindings(machine, language);
   for (const Question question : kQuestions) {
     putAnswer(page, question, ask(question, machine, language));
   }
-  writeOutput(pageText(page, language));
+  return page;
+}
+
+int printPages(Language language) {
+  const Machine machine = readMachine();
+  const Findings page = wholePage(machine, language);
+  writeOutput(pageText(page, language) + "\n== " + say({"我的成绩", "My runs"}, language) + "\n" +
+              runsText(readRuns(machine, language), language));
   return canRace(page) ? kExitRaceCanRun : kExitRaceCannotRun;
+}
+
+int writeSupport(const std::wstring& file, Language language) {
+  const Machine machine = readMachine();
+  const std::string text = supportText(machine, wholePage(machine, language),
+                                       readRuns(machine, language), language);
+  const ActionResult written = writeSupportFile(file, text, language);
+  writeOutput(written.text + "\n");
+  return written.done ? kExitRaceCanRun : kExitRaceCannotRun;
 }
 
 int run(const std::vector<std::wstring>& arguments) {
@@ -34,7 +51,7 @@ int run(const std::vector<std::wstring>& arguments) {
   const Language language = asked.language.value_or(interfaceLanguage());
   switch (asked.mode) {
     case Asked::Mode::text: return printPages(language);
-    case Asked::Mode::support:
+    case Asked::Mode::support: return writeSupport(asked.file, language);
     case Asked::Mode::window:
     case Asked::Mode::wrong: break;
   }

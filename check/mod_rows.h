@@ -12,7 +12,7 @@ namespace launcher::check {
 struct ModFacts {
   bool isSet = true;              ///< launcher.ini names a package
   bool gameExists = true;         ///< there is a folder to install into
-  std::string package;
+  std::string package = {};
   bool packageExists = true;
   std::vector<std::string> missingInPackage = {};
   std::vector<std::string> missingInGame = {};

@@ -1,16 +1,22 @@
 #include "check/report.h"
 
+#include <algorithm>
+
 #include "check/antivirus_win.h"
 #include "check/data_rows.h"
 #include "check/http_date.h"
 #include "check/livesplit_rows.h"
+#include "check/log_runs.h"
 #include "check/mod_rows.h"
+#include "check/notes.h"
 #include "check/place_rows.h"
 #include "check/queue_rows.h"
+#include "check/runs.h"
 #include "check/server_question_win.h"
 #include "check/server_rows.h"
 #include "check/settings_rows.h"
 #include "check/steam_rows.h"
+#include "check/support.h"
 #include "check/system_win.h"
 #include "check/timer_question_win.h"
 #include "check/utf8.h"
@@ -31,6 +37,8 @@ namespace launcher::check {
 namespace {
 
 constexpr unsigned kTimerLimitMs = 3000;
+constexpr std::size_t kLogBytes = 16U << 20;
+constexpr int kRunsOfSupport = 3;
 
 /// A path or name of either encoding, for showing.
 std::string shown(const std::string& bytes) { return readable(bytes, ansiToUtf8); }
@@ -211,6 +219,105 @@ ServerFacts askServerFacts(const Machine& machine) {
   return facts;
 }
 
+std::string logPath(const Machine& machine) { return machine.programFolder + "launcher.log"; }
+
+/// The files of a folder that match, whole.
+std::vector<KeptFile> keptFiles(const std::string& folder) {
+  std::vector<KeptFile> files;
+  FolderListing listing(folder + "\\*.json");
+  while (const FolderEntry* entry = listing.next()) {
+    if (entry->isFolder) continue;
+    const std::string path = folder + "\\" + entry->name;
+    files.push_back({entry->name, path, readWholeFile(path)});
+  }
+  std::sort(files.begin(), files.end(),
+            [](const KeptFile& one, const KeptFile& other) { return one.name < other.name; });
+  return files;
+}
+
+RunFacts runFacts(const Machine& machine) {
+  const std::string& data = machine.settings.data;
+  const std::string& receipt = machine.settings.receipt;
+  RunFacts facts;
+  facts.log = readFileEnd(logPath(machine), kLogBytes).value_or("");
+  facts.launcherRuns = findProcessByName(L"launcher.exe") != 0;
+  if (data.empty()) return facts;
+  facts.archived = keptFiles(inDataFolder(data, kReceiptsFolder));
+  facts.queued = keptFiles(inDataFolder(data, kPendingFolder));
+  if (std::optional<std::string> bytes = readFile(receipt)) {
+    facts.receipt = KeptFile{fileNameOf(receipt), receipt, std::move(*bytes)};
+  }
+  facts.launchState = readWholeFile(inDataFolder(data, kLaunchStateFile));
+  facts.notes = readNotes(data);
+  return facts;
+}
+
+// Support ----------------------------------------------------------------------------------
+
+/// Every saved code: where a start looks for one, and where one is saved.
+std::vector<std::string> savedCodes(const Machine& machine) {
+  std::vector<std::string> codes;
+  for (const std::string& path :
+       {machine.programFolder + kTokenFile, machine.programFolder + "..\\data\\" + kTokenFile,
+        inDataFolder(machine.settings.data, kTokenFile)}) {
+    for (const std::string& code : {readWholeFile(path), trimLineEnd(readWholeFile(path))}) {
+      if (code.empty()) continue;
+      codes.push_back(code);
+      codes.push_back(shown(code));
+    }
+  }
+  return codes;
+}
+
+std::vector<std::string> userNames() {
+  const std::string profile = environmentValue(L"USERPROFILE");
+  return {environmentValue(L"USERNAME"), fileNameOf(profile)};
+}
+
+std::string listOf(const std::string& folder) {
+  std::string text = shown(folder) + "\n";
+  FolderListing listing(folder + "\\*");
+  if (!listing.started()) return text + "  (not there)\n";
+  while (const FolderEntry* entry = listing.next()) {
+    if (entry->name == "." || entry->name == "..") continue;
+    text += "  " + shown(entry->name);
+    text += entry->isFolder ? "\\" : "  " + std::to_string(entry->bytes);
+    text += "\n";
+  }
+  return text;
+}
+
+std::string folderLists(const Machine& machine) {
+  const Settings& settings = machine.settings;
+  std::string text = listOf(machine.programFolder + ".");
+  if (!settings.data.empty()) {
+    text += listOf(settings.data) + listOf(inDataFolder(settings.data, kReceiptsFolder)) +
+            listOf(inDataFolder(settings.data, kPendingFolder));
+  }
+  if (!settings.install_from.empty()) text += listOf(settings.install_from);
+  if (machine.gameExists) text += listOf(parentFolder(settings.game));
+  if (!machine.livesplit.empty()) text += listOf(parentFolder(machine.livesplit));
+  return text;
+}
+
+std::string versions(const Machine& machine) {
+  std::string text = "kov_check " KOV_VERSION "\n";
+  for (const char* program : {"launcher.exe", "kov_result.exe", "kov_check.exe"}) {
+    const std::optional<std::uint64_t> bytes = fileSize(machine.programFolder + program);
+    text += std::string(program) + ": " + (bytes ? std::to_string(*bytes) + " bytes" : "missing") +
+            "\n";
+  }
+  return text + "Windows " + windowsVersion() + "\nlanguage " + interfaceLanguageName() +
+         "\ncode pages " + std::to_string(ansiCodePage()) + ", " +
+         std::to_string(oemCodePage()) + "\n";
+}
+
+std::string lastLogLines(const Machine& machine) {
+  const std::string log = readFileEnd(logPath(machine), kLogBytes).value_or("");
+  return readableLines(std::string_view(log).substr(lastRunsBegin(log, kRunsOfSupport)),
+                       ansiToUtf8);
+}
+
 void append(Findings& all, const Findings& more) {
   all.insert(all.end(), more.begin(), more.end());
 }
@@ -250,6 +357,21 @@ int queuedRuns(const Machine& machine) {
   int count = 0;
   for (const QueuedFile& file : queuedFiles(machine)) count += file.sendable ? 1 : 0;
   return count;
+}
+
+RunRows readRuns(const Machine& machine, Language language) {
+  return runRows(runFacts(machine), language);
+}
+
+std::string supportText(const Machine& machine, const Findings& page, const RunRows& runs,
+                        Language language) {
+  return supportFile({{"kov_support.txt", versions(machine)},
+                      {say({"赛前检查", "Before the race"}, language), pageText(page, language)},
+                      {say({"我的成绩", "My runs"}, language), runsText(runs, language)},
+                      {"launcher.ini", readableLines(machine.settingsBytes, ansiToUtf8)},
+                      {"launcher.log", lastLogLines(machine)},
+                      {say({"文件夹", "Folders"}, language), folderLists(machine)}},
+                     {savedCodes(machine), userNames()});
 }
 
 }  // namespace launcher::check

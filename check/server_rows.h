@@ -22,13 +22,13 @@ enum class ServerFailure {
 /// What the race server said to GET /week/current. Texts are UTF-8.
 struct ServerFacts {
   bool isSet = true;
-  std::string server;
+  std::string server = {};
   bool reached = false;         ///< the launcher's own GET got an answer
   ServerFailure failure = ServerFailure::none;
   unsigned long error = 0;      ///< Windows' error code of that failure
   int status = 0;               ///< HTTP status, without following a redirect; 0: not known
-  std::string location;         ///< where a redirect leads
-  std::string week;             ///< the answer, as the launcher keeps it in week.json
+  std::string location = {};         ///< where a redirect leads
+  std::string week = {};             ///< the answer, as the launcher keeps it in week.json
   std::optional<std::int64_t> serverTime = {};  ///< of its Date header, seconds since 1970
   std::int64_t ownTime = 0;
 };

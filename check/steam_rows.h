@@ -9,18 +9,18 @@ namespace launcher::check {
 
 /// What was found out about Steam, the account and the game. Texts are UTF-8.
 struct SteamFacts {
-  std::string steam;            ///< path as a start would use it; empty: none known
+  std::string steam = {};            ///< path as a start would use it; empty: none known
   bool exists = false;
   AccountChoice choice = {};
-  std::string iniPlayer;        ///< player= of launcher.ini
+  std::string iniPlayer = {};        ///< player= of launcher.ini
 };
 
 /// The rows of the stage "Steam and account".
 [[nodiscard]] Findings steamRows(const SteamFacts& facts, Language language);
 
 struct GameFacts {
-  std::string game;             ///< path as a start would use it
-  std::string written;          ///< game= of launcher.ini, placeholders filled in
+  std::string game = {};             ///< path as a start would use it
+  std::string written = {};          ///< game= of launcher.ini, placeholders filled in
   bool exists = false;
   bool searched = false;        ///< it came from a Steam library
   bool hasRightName = true;     ///< Backrooms-Win64-Shipping.exe

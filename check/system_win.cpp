@@ -135,6 +135,18 @@ bool writeNewFile(const std::string& path, const std::string& bytes) {
   return false;
 }
 
+bool replaceFile(const std::string& path, const std::string& bytes) {
+  const std::string fresh = path + ".kov-new";
+  (void)DeleteFileA(fresh.c_str());
+  if (!writeNewFile(fresh, bytes)) return false;
+  if (MoveFileExA(fresh.c_str(), path.c_str(),
+                  MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+    return true;
+  }
+  (void)DeleteFileA(fresh.c_str());
+  return false;
+}
+
 bool writeFileWhole(const std::wstring& path, const std::string& bytes) {
   const UniqueFile file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                     FILE_ATTRIBUTE_NORMAL, nullptr));

@@ -54,6 +54,10 @@ namespace launcher::check {
 /// The last `bytes` bytes of a file; nothing when it cannot be opened.
 [[nodiscard]] std::optional<std::string> readFileEnd(const std::string& path, std::size_t bytes);
 
+/// Replaces a file in one step, by way of a new one beside it: it is never half-written. False,
+/// with the file untouched, when Windows refuses or another program has it open.
+[[nodiscard]] bool replaceFile(const std::string& path, const std::string& bytes);
+
 /// Writes a new file; false when one of that name exists or it cannot be written whole.
 [[nodiscard]] bool writeNewFile(const std::string& path, const std::string& bytes);
 

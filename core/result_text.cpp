@@ -44,21 +44,8 @@ std::string timeLine(const std::string& total) {
   return line;
 }
 
-/// The text between the first two quotes after the colon after "error".
-std::string errorText(std::string_view reply) {
-  const std::size_t key = findText(reply, "\"error\"", 0);
-  if (key == npos) return {};
-  const std::size_t colon = findChar(reply, ':', key);
-  if (colon == npos) return {};
-  const std::size_t open = findChar(reply, '"', colon);
-  if (open == npos) return {};
-  const std::size_t close = findChar(reply, '"', open + 1);
-  if (close == npos) return {};
-  return std::string(reply.substr(open + 1, close - open - 1));
-}
-
 std::string failReason(std::string_view reply) {
-  const std::string error = errorText(reply);
+  const std::string error = replyError(reply);
   for (const Reason& reason : kReasons) {
     if (error.find(reason.said) == std::string::npos) continue;
     return std::string(reason.english).append(reason.detail);

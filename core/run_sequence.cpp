@@ -63,14 +63,11 @@ void reportMissingGame() {
 }
 
 void takePersona(Settings& settings) {
-  const std::string persona = detectSteamPersona();
-  if (persona.empty()) {
+  if (resolvePlayer(settings)) {
+    logLine("steam persona detected: %s", settings.player.c_str());
+  } else {
     logLine("steam persona not found, using ini player: %s", settings.player.c_str());
-    return;
   }
-  logLine("steam persona detected: %s", persona.c_str());
-  settings.player = persona;
-  settings.playerFromSteam = true;
 }
 
 void createDataFolders(const Settings& settings) {

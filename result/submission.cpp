@@ -27,6 +27,18 @@ std::optional<std::string> replyToken(std::string_view reply) {
   return quotedValueAfter(reply, "\"token\":");
 }
 
+std::string replyError(std::string_view reply) {
+  const std::size_t key = findText(reply, "\"error\"", 0);
+  if (key == npos) return {};
+  const std::size_t colon = findChar(reply, ':', key);
+  if (colon == npos) return {};
+  const std::size_t open = findChar(reply, '"', colon);
+  if (open == npos) return {};
+  const std::size_t close = findChar(reply, '"', open + 1);
+  if (close == npos) return {};
+  return std::string(reply.substr(open + 1, close - open - 1));
+}
+
 void readOutcome(UploadOutcome& outcome, const std::string& reply, std::string_view difficulty,
                  std::string_view receipt) {
   outcome.difficulty = difficulty;

@@ -33,6 +33,10 @@ struct UploadOutcome {
 ///     {"accepted":false,"error":"week window closed"}
 [[nodiscard]] std::optional<std::string> replyToken(std::string_view reply);
 
+/// The error text in a server's reply: what stands between the first two quotes behind the
+/// colon behind "error". Empty when there is none.
+[[nodiscard]] std::string replyError(std::string_view reply);
+
 /// Takes over what a reply and the submitted receipt say. Values that are not found
 /// keep what they held; the profile token is not touched.
 void readOutcome(UploadOutcome& outcome, const std::string& reply, std::string_view difficulty,

@@ -61,4 +61,12 @@ SteamAccount detectSteamAccount() { return recentAccount(readLoginUsers()); }
 
 std::string detectSteamPersona() { return detectSteamAccount().persona; }
 
+bool resolvePlayer(Settings& settings) {
+  const std::string persona = detectSteamPersona();
+  if (persona.empty()) return false;
+  settings.player = persona;
+  settings.playerFromSteam = true;
+  return true;
+}
+
 }  // namespace launcher

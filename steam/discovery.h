@@ -38,4 +38,7 @@ enum class GameSearch { notNeeded, found, notFound };
 /// The same look-up's display name, or empty.
 [[nodiscard]] std::string detectSteamPersona();
 
+/// Replaces `player` by that name. False, with the settings as they were, when there is none.
+[[nodiscard]] bool resolvePlayer(Settings& settings);
+
 }  // namespace launcher

@@ -1,0 +1,16 @@
+#include "check/notes.h"
+
+#include "core/file_io.h"
+#include "core/paths.h"
+
+namespace launcher::check {
+
+std::string readNotes(const std::string& dataFolder) {
+  return readWholeFile(inDataFolder(dataFolder, kNotesFile));
+}
+
+void appendNote(const std::string& dataFolder, const std::string& line) {
+  (void)writeWholeFile(inDataFolder(dataFolder, kNotesFile), readNotes(dataFolder) + line);
+}
+
+}  // namespace launcher::check
