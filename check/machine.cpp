@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "check/system_win.h"
 #include "core/file_io.h"
 #include "core/paths.h"
 #include "core/platform.h"
@@ -12,10 +13,15 @@
 namespace launcher::check {
 
 Machine readMachine() {
+  std::wstring folder = programPathWide();
+  folder.resize(folder.rfind(L'\\') + 1);
+  return readMachineAt(folder);
+}
+
+Machine readMachineAt(const std::wstring& programFolder) {
   Machine machine;
-  machine.programFolder = folderWithBackslash(programPath());
-  machine.programFolderWide = programPathWide();
-  machine.programFolderWide.resize(machine.programFolderWide.rfind(L'\\') + 1);
+  machine.programFolderWide = programFolder;
+  machine.programFolder = toAnsi(programFolder).value_or("");
   machine.settingsPath = machine.programFolder + "launcher.ini";
   std::optional<std::string> bytes = readFile(machine.settingsPath);
   machine.hasSettingsFile = bytes.has_value();

@@ -27,8 +27,11 @@ struct Machine {
 inline constexpr const wchar_t* kPrograms[] = {L"launcher.exe", L"kov_result.exe",
                                                L"kov_check.exe"};
 
-/// Reads it anew, as a start of the launcher would.
+/// Reads it anew, as a start of the launcher in this program's folder would.
 [[nodiscard]] Machine readMachine();
+
+/// The same for a launcher in another folder, which is given with its backslash.
+[[nodiscard]] Machine readMachineAt(const std::wstring& programFolder);
 
 /// LiveSplit's settings.cfg.
 [[nodiscard]] std::string timerConfigPath(const Machine& machine);

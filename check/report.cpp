@@ -228,10 +228,11 @@ std::vector<KeptFile> keptFiles(const std::string& folder) {
   while (const FolderEntry* entry = listing.next()) {
     if (entry->isFolder) continue;
     const std::string path = folder + "\\" + entry->name;
-    files.push_back({entry->name, path, readWholeFile(path)});
+    const auto after = std::find_if(files.begin(), files.end(), [entry](const KeptFile& file) {
+      return file.name > entry->name;
+    });
+    files.insert(after, {entry->name, path, readWholeFile(path)});
   }
-  std::sort(files.begin(), files.end(),
-            [](const KeptFile& one, const KeptFile& other) { return one.name < other.name; });
   return files;
 }
 

@@ -60,11 +60,15 @@ class Teller {
   }
 
   RunRows tell() {
-    std::stable_sort(runs_.begin(), runs_.end(),
-                     [](const Run& one, const Run& other) { return one.order > other.order; });
+    std::vector<std::size_t> newestFirst(runs_.size());
+    for (std::size_t i = 0; i < runs_.size(); ++i) newestFirst[i] = i;
+    std::sort(newestFirst.begin(), newestFirst.end(), [this](std::size_t one, std::size_t other) {
+      const int order = runs_[one].order.compare(runs_[other].order);
+      return order != 0 ? order > 0 : one < other;
+    });
     RunRows rows;
     addReceipt(rows);
-    for (const Run& run : runs_) rows.push_back(rowOf(run));
+    for (const std::size_t i : newestFirst) rows.push_back(rowOf(runs_[i]));
     return rows;
   }
 

@@ -294,6 +294,12 @@ void Stage::installBuiltCard() {
   copyFile(builtLauncher().parent_path() / "kov_result.exe", app() / "kov_result.exe");
 }
 
+fs::path Stage::installCheck() {
+  const fs::path check = app() / "kov_check.exe";
+  copyFile(builtLauncher().parent_path() / "kov_check.exe", check);
+  return check;
+}
+
 void Stage::installBrowser() {
   const fs::path browser = bin() / "browser.exe";
   copyStandIn("browser.exe", browser);

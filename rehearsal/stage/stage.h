@@ -182,6 +182,9 @@ class Stage {
   /// The real kov_result.exe that was built beside the launcher.
   void installBuiltCard();
 
+  /// The companion kov_check.exe that was built beside the launcher. Its path.
+  std::filesystem::path installCheck();
+
   /// Makes the recorder the user's browser for http and https. Timeline: "browser open"
   /// (the URL). Windows lets only the user choose the browser (the choice is guarded
   /// by a hash): there, pick the stage's browser.exe in the system's settings first, or the

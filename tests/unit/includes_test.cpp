@@ -141,7 +141,8 @@ bool mayInclude(const std::vector<Row>& rows, const std::string& unit, const std
 /// The sources that the build lists for a library: "core/text.cpp".
 std::set<std::string> sourcesOf(const std::string& library) {
   std::set<std::string> sources;
-  for (const std::string folder : {"core", "steam", "livesplit", "server", "result", "card"}) {
+  for (const std::string folder : {"core", "steam", "livesplit", "server", "result", "card",
+                                   "check"}) {
     const std::string text = source_tree::read(folder + "/CMakeLists.txt");
     for (const std::string& start :
          {"target_sources(" + library + " PRIVATE", "add_library(" + library + " STATIC"}) {
@@ -165,6 +166,7 @@ std::set<std::string> unitsOf(const std::set<std::string>& sources) {
 std::set<std::string> textUnits() {
   std::set<std::string> units = unitsOf(sourcesOf("kov_text"));
   units.merge(unitsOf(sourcesOf("kov_card_text")));
+  units.merge(unitsOf(sourcesOf("kov_check_text")));
   return units;
 }
 
