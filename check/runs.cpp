@@ -112,6 +112,8 @@ class Teller {
         const Run* known = runOfName(start.archive);
         current = known != nullptr ? static_cast<std::size_t>(known - runs_.data())
                                    : addRun(stampOf(start.archive), start.archive);
+      } else if (const std::size_t copied = unloggedCopy(start, current); copied != npos) {
+        current = copied;
       } else if (!start.uploadOnly || current == npos) {
         // After the run before it, whose time is the last one known.
         current = addRun(current == npos ? "" : runs_[current].order + "+", "");
@@ -119,6 +121,35 @@ class Teller {
       runs_[current].starts.push_back(&start);
     }
     if (current != npos) runs_[current].isLast = true;
+  }
+
+  /// The run of a start that ended between the archive copy and its line in the log: the one
+  /// copy that no line names and that lies, by its time, between the runs around this start.
+  std::size_t unloggedCopy(const LogRun& start, std::size_t current) {
+    if (start.uploadOnly || start.reachedUpload || start.complete) return npos;
+    std::string next = "9";
+    for (const LogRun* later = &start; later != log_.runs.data() + log_.runs.size(); ++later) {
+      if (later->archive.empty()) continue;
+      next = stampOf(later->archive);
+      break;
+    }
+    const std::string before = current == npos ? "" : runs_[current].order;
+    std::size_t found = npos;
+    for (std::size_t i = 0; i < runs_.size(); ++i) {
+      const Run& run = runs_[i];
+      if (run.file == nullptr || !run.starts.empty() || isNamed(run)) continue;
+      if (run.order <= before || run.order >= next) continue;
+      if (found != npos) return npos;
+      found = i;
+    }
+    return found;
+  }
+
+  /// True when the log names a copy of the run.
+  [[nodiscard]] bool isNamed(const Run& run) const {
+    return std::any_of(log_.runs.begin(), log_.runs.end(), [&run](const LogRun& start) {
+      return std::find(run.names.begin(), run.names.end(), start.archive) != run.names.end();
+    });
   }
 
   std::size_t addRun(std::string order, std::string name) {

@@ -24,6 +24,8 @@
 #include <string_view>
 #include <vector>
 
+#include "check/actions.h"
+#include "check/report.h"
 #include "rehearsal/stage/stage.h"
 #include "tests/e2e/stop_points.h"
 #include "tests/e2e/support.h"
@@ -58,6 +60,7 @@ enum class Restart {
   nothingNew,  ///< starts the launcher; the game appears and closes without a receipt
   anotherRun,  ///< starts the launcher and finishes another run
   uploadOnly,  ///< starts it with --upload
+  anotherRunThenQueued,  ///< finishes another run, then queues by hand what was never sent
 };
 
 /// What lies on disk and on the server.
@@ -279,16 +282,29 @@ class Interruption : public ::testing::Test {
     const bool finished = found.runAccepted > 0 || found.copies(kRunSeed) > 0;
     if (how == Restart::uploadOnly) return machine.runLauncher("--upload");
     if (finished) {
-      machine.setGame(how == Restart::anotherRun ? playing(kOtherSeed)
-                                                 : stage::GameScript{.waitsForLauncher = true,
-                                                                     .waitMs = 0});
+      const bool plays = how == Restart::anotherRun || how == Restart::anotherRunThenQueued;
+      machine.setGame(plays ? playing(kOtherSeed)
+                            : stage::GameScript{.waitsForLauncher = true, .waitMs = 0});
     }
     if (stage::findProcesses("Backrooms-Win64-Shipping.exe").empty()) machine.startGame();
     stage::RunResult run = machine.runLauncher();
     EXPECT_FALSE(run.hang);
     EXPECT_EQ(run.exitCode, 0U);
     EXPECT_TRUE(run.hasLogLine(kDoneLine));
+    if (how == Restart::anotherRunThenQueued) queueWhatWasNeverSent();
     return run;
+  }
+
+  /// What the companion's two buttons do, for every run that it says was never sent.
+  void queueWhatWasNeverSent() {
+    namespace check = launcher::check;
+    const check::Machine looked = check::readMachineAt(machine.app().wstring() + L"\\");
+    for (const check::RunRow& row : check::readRuns(looked, check::Language::english)) {
+      if (row.queueSource.empty()) continue;
+      EXPECT_EQ(row.fate, check::Fate::neverSent);
+      EXPECT_TRUE(check::putIntoQueue(looked, row, check::Language::english).done);
+    }
+    (void)check::resendQueue(looked, check::Language::english);
   }
 
   [[nodiscard]] Outcome outcome(const Noted& killed) const {
@@ -508,6 +524,30 @@ TEST_F(InterruptionLong, anotherRunIsPlayedNext) {
             (Lines{"data\\upload.state: 4 bytes",
                    "data\\pending\\p_YYYYMMDD_hhmmss.json: 0 bytes"}));
   EXPECT_EQ(pointsWhere(failing, isDoubled), kNone);
+}
+
+// The same kills, after which the player puts what was never sent into the queue: from the whole
+// archive copy on nothing is lost.
+TEST_F(InterruptionLong, anotherRunIsPlayedNextAndTheFirstQueuedByHand) {
+  const auto outcomes =
+      sweep("server up, another run, then queued by hand", {}, Restart::anotherRunThenQueued,
+            [](const Noted& stop) {
+              return gameLaunched(stop) && changeHas(stop, {"receipt.json: ", "receipts\\receipt_",
+                                                            "upload.state: 9", "run accepted"});
+            });
+  EXPECT_EQ(pointsWhere(outcomes, isLost),
+            (Lines{"data\\launch.state: 7 bytes; receipt.json: 483 bytes",
+                   "data\\receipts\\receipt_YYYYMMDD_hhmmss.json: 0 bytes"}));
+  EXPECT_EQ(pointsWhere(outcomes, isDoubled), Lines{"run accepted"});
+  const auto failing =
+      sweep("server unreachable, another run, then queued by hand", {.serverUp = false},
+            Restart::anotherRunThenQueued, [](const Noted& stop) {
+              return changeHas(stop, {"upload.state: 4", "data\\pending\\"});
+            });
+  EXPECT_EQ(pointsWhere(failing, isLost), kNone);
+  // Queued already, but killed before the log said so: it is sent once more.
+  EXPECT_EQ(pointsWhere(failing, isDoubled),
+            Lines{"data\\pending\\p_YYYYMMDD_hhmmss.json: 483 bytes"});
 }
 
 // ---- while the game runs ---------------------------------------------------------------------

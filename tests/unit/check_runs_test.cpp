@@ -150,6 +150,22 @@ TEST(CheckRuns, aRunThatAnotherOneFollowedWasNeverSentEither) {
   EXPECT_EQ(rows[1].fate, Fate::neverSent);
 }
 
+TEST(CheckRuns, aCopyThatTheLogDoesNotNameYetBelongsToTheStartThatBrokeOff) {
+  const std::string cut = kStart + "stage: launching game\r\ngame exited\r\n";
+  RunFacts facts = one(cut + run(kLater, kAccepted));
+  facts.archived.push_back(file(kLater, receipt("2")));
+  const RunRows rows = runRows(facts, kEnglish);
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_EQ(rows[1].when, "2025-03-01 21:45:02");
+  EXPECT_EQ(rows[1].fate, Fate::neverSent);
+  // Two such copies cannot be told apart.
+  facts.archived.insert(facts.archived.begin(),
+                        file("receipt_20250228_000000.json", receipt("3")));
+  for (const RunRow& row : runRows(facts, kEnglish)) {
+    EXPECT_NE(row.fate, Fate::neverSent) << row.when;
+  }
+}
+
 TEST(CheckRuns, whatWasQueuedByHandWaitsAndThenIsAccepted) {
   RunFacts facts = one(run(kName, ""));
   facts.notes = noteOfQueued(kName, kEntry);
