@@ -1,6 +1,8 @@
 // The rows that scripts/bench gets from Windows: all of them, or those named by arguments.
-#include <cwchar>
+#include <windows.h>
+
 #include <cstdio>
+#include <cwchar>
 #include <exception>
 
 #include "tests/bench/rows_win.h"
@@ -29,6 +31,9 @@ bool isWanted(const wchar_t* name, int count, wchar_t** arguments) {
 }  // namespace
 
 int wmain(int count, wchar_t** arguments) {
+  // Wine starts its desktop's program with the first window, and that keeps the files of whoever
+  // started it open: not those of a measured run, which could then not be removed.
+  (void)GetDesktopWindow();
   int code = 0;
   for (const Measure& measure : kMeasures) {
     if (!isWanted(measure.name, count, arguments)) continue;
