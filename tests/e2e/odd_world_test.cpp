@@ -95,10 +95,7 @@ TEST_F(OddWorld, twoLaunchersAtOnceDeliverTheRunAtLeastOnce) {
     return times;
   };
   EXPECT_EQ(count(std::string(kStartLine) + "\r\n"), 2);
-  // Both write this line when the game ends. Wine looks for a file's end and then writes there,
-  // so that one of two lines of the same moment can cover the other; Windows appends in one.
-  EXPECT_GE(count("game exited\r\n"), stage::runsUnderWine() ? 1 : 2);
-  EXPECT_LE(count("game exited\r\n"), 2);
+  EXPECT_EQ(count("game exited\r\n"), 2);
   EXPECT_EQ(count(std::string(kDoneLine) + "\r\n"), 2);
 }
 
