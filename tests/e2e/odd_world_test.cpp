@@ -61,42 +61,54 @@ class OddWorld : public FullRunTest {
 // --- two launchers --------------------------------------------------------------------------
 
 // Both watch the same game and both send its run; nothing keeps them apart. Whoever comes
-// second may find the receipt gone. The run arrives at least once, and every line is whole.
+// second may find the receipt gone. The run arrives at least once, and each launcher's own
+// lines stand whole in the log that both write.
+//
+// Windows appends a line in one step. Wine finds the end of the file first and writes there
+// afterwards, so that two lines of one moment can cost one of them (3 of 10,000 in a program
+// that does nothing else). There, one whole log of three runs is asked for.
 TEST_F(OddWorld, twoLaunchersAtOnceDeliverTheRunAtLeastOnce) {
-  machine.writeReceipt(receipt_);
-  stage::LauncherRun one = start();
-  stage::LauncherRun two = machine.startLauncher();
-  ASSERT_TRUE(one.waitForConsole("waiting for exit..."));
-  ASSERT_TRUE(two.waitForConsole("waiting for exit..."));
-  machine.endGame();
-  for (stage::LauncherRun* run : {&one, &two}) {
-    const stage::RunResult result = run->wait();
-    EXPECT_FALSE(result.hang);
-    EXPECT_EQ(result.exitCode, 0U);
-  }
-  const Lines sent = bodies(server, "/submit");
-  EXPECT_GE(sent.size(), 1U);
-  EXPECT_LE(sent.size(), 2U);
-  for (const std::string& body : sent) EXPECT_EQ(body, payload("runner", receipt_));
-  const Lines archive = archives();
-  ASSERT_GE(archive.size(), 1U);
-  for (const std::string& text : archive) EXPECT_EQ(text, receipt_);
-  EXPECT_EQ(queue(), Lines{});
-  EXPECT_FALSE(stage::pathExists(machine.receipt()));
-
-  // The shared log: each launcher's own lines stand in it whole and in their order.
-  const std::string log = machine.logBytes();
-  EXPECT_TRUE(log.ends_with("\r\n"));
-  const auto count = [&](const std::string& line) {
-    int times = 0;
+  const auto times = [](const std::string& log, const std::string& line) {
+    int found = 0;
     for (std::size_t at = log.find(line); at != std::string::npos; at = log.find(line, at + 1)) {
-      ++times;
+      ++found;
     }
-    return times;
+    return found;
   };
-  EXPECT_EQ(count(std::string(kStartLine) + "\r\n"), 2);
-  EXPECT_EQ(count("game exited\r\n"), 2);
-  EXPECT_EQ(count(std::string(kDoneLine) + "\r\n"), 2);
+  std::string log;
+  const auto logIsWhole = [&] {
+    return log.ends_with("\r\n") && times(log, std::string(kStartLine) + "\r\n") == 2 &&
+           times(log, "game exited\r\n") == 2 && times(log, std::string(kDoneLine) + "\r\n") == 2;
+  };
+  const int runs = stage::runsUnderWine() ? 3 : 1;
+  for (int run = 1; run <= runs && !logIsWhole(); ++run) {
+    SCOPED_TRACE(run);
+    fs::remove(machine.log());
+    fs::remove_all(machine.data() / "receipts");
+    const std::size_t sentBefore = bodies(server, "/submit").size();
+    machine.writeReceipt(receipt_);
+    stage::LauncherRun one = start();
+    stage::LauncherRun two = machine.startLauncher();
+    ASSERT_TRUE(one.waitForConsole("waiting for exit..."));
+    ASSERT_TRUE(two.waitForConsole("waiting for exit..."));
+    machine.endGame();
+    for (stage::LauncherRun* launcher : {&one, &two}) {
+      const stage::RunResult result = launcher->wait();
+      EXPECT_FALSE(result.hang);
+      EXPECT_EQ(result.exitCode, 0U);
+    }
+    const Lines sent = bodies(server, "/submit");
+    EXPECT_GE(sent.size(), sentBefore + 1);
+    EXPECT_LE(sent.size(), sentBefore + 2);
+    for (const std::string& body : sent) EXPECT_EQ(body, payload("runner", receipt_));
+    const Lines archive = archives();
+    ASSERT_GE(archive.size(), 1U);
+    for (const std::string& text : archive) EXPECT_EQ(text, receipt_);
+    EXPECT_EQ(queue(), Lines{});
+    EXPECT_FALSE(stage::pathExists(machine.receipt()));
+    log = machine.logBytes();
+  }
+  EXPECT_TRUE(logIsWhole()) << log;
 }
 
 // The queue: an entry may be sent by both, and is gone in the end.
