@@ -85,6 +85,9 @@ Stage::Stage(std::string_view name) : root_(stagesRoot() / pathOf(name)) {
   // There is no window manager on a stage below Wine, and programs that count on one wait two
   // seconds for it whenever a window closes.
   if (runsUnderWine()) registry_.set("Software\\Wine\\X11 Driver", "Managed", "N");
+  // Wine starts its desktop's program with the first window, and that keeps open what whoever
+  // started it had open: not a program of this stage, whose files could then not be removed.
+  if (runsUnderWine()) (void)GetDesktopWindow();
   const auto keep = environmentText("KOV_STAGE_KEEP");
   keep_ = keep && !keep->empty();
 }
