@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <optional>
 #include <random>
 #include <string>
@@ -15,6 +16,7 @@
 #include "livesplit/start_text.h"
 #include "livesplit/time_reply.h"
 #include "result/flat_json.h"
+#include "result/receipt_keys.h"
 #include "result/run_check.h"
 #include "server/weekly_files.h"
 #include "steam/vdf.h"
@@ -308,7 +310,15 @@ const Parts kJsonParts = {
     "\"ending\"", "\"ending\":", "\"ending\":\"",
     "\"total\"", "\"total\":", "\"t\"", "\"t\":", "\"i\":", "\"map\":\"", "map\":\"",
     "\"difficulty\":", "\"difficulty\":\"", "easy", "\"map\":\"ENDING:",
-    "ENDING:", "Neon", "Tunnel", "3999", "Final Escape", "Arcade", "Level 0"};
+    "Arcade", "Level 0"};
+
+/// With every ending map that there is: one that the plain forms do not know shows.
+Parts withEndingMaps(Parts parts) {
+  parts.insert(parts.end(), std::begin(kEndingMaps), std::end(kEndingMaps));
+  return parts;
+}
+
+const Parts kReceiptParts = withEndingMaps(kJsonParts);
 
 const Parts kKeys = {"\"status\"", "\"ending\"", "\"total\"", "\"t\"", "\"i\"", "\"map\""};
 
@@ -328,7 +338,7 @@ TEST(NaiveForms, searches) {
 }
 
 TEST(NaiveForms, flatReadsAndRewrites) {
-  RandomTexts texts(3, kJsonParts, 24);
+  RandomTexts texts(3, kReceiptParts, 24);
   for (int i = 0; i < kTexts; ++i) {
     const std::string text = texts.next();
     for (const std::string& key : kKeys) {
@@ -351,7 +361,7 @@ TEST(NaiveForms, flatReadsAndRewrites) {
 }
 
 TEST(NaiveForms, runJudgement) {
-  RandomTexts texts(4, kJsonParts, 40);
+  RandomTexts texts(4, kReceiptParts, 40);
   int endings = 0;
   for (int i = 0; i < kTexts; ++i) {
     const std::string text = "{" + texts.next();
@@ -388,7 +398,7 @@ std::string tellings(Receipt receipt) {
 
 // A receipt keeps its keys' places through its rewrites instead of looking for them again.
 TEST(NaiveForms, rewrittenReceiptTellsWhatItsTextSays) {
-  RandomTexts texts(11, kJsonParts, 40);
+  RandomTexts texts(11, kReceiptParts, 40);
   int rewritten = 0;
   for (int i = 0; i < 5 * kTexts; ++i) {
     const std::string text = "{" + texts.next();
@@ -404,8 +414,7 @@ TEST(NaiveForms, rewrittenReceiptTellsWhatItsTextSays) {
 }
 
 TEST(NaiveForms, inferredEnding) {
-  RandomTexts maps(5, {"ENDING:", "Neon", "Tunnel", "3999", "Arcade", "Final Escape", "arcade",
-                       "main", "true", " ", "x"}, 4);
+  RandomTexts maps(5, withEndingMaps({"Arcade", "arcade", "main", "true", " ", "x"}), 4);
   for (int i = 0; i < kTexts; ++i) {
     const std::string map = maps.next();
     const int splits = static_cast<int>(maps.below(90));

@@ -1,10 +1,12 @@
 #include "result/run_check.h"
 #include "tests/unit/receipt_forms.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace launcher {
 namespace {
@@ -82,17 +84,44 @@ TEST(RunCheck, otherRejections) {
 
 TEST(RunCheck, realReceiptEndsAtItsMarker) { expectEnding(kRealReceipt, "ENDING:true", 754.5); }
 
+/// An ending map, a name that holds it, and the ending that it infers below 45 splits and
+/// from 45 on.
+struct EndingMap {
+  const char* word;
+  const char* around;
+  const char* early;
+  const char* late;
+};
+
+constexpr EndingMap kKnownEndingMaps[] = {
+    {"3999", "Level 3999b", "arcade", "true"},
+    {"Tunnel", "The Tunnels", "main", "main"},
+    {"Final Escape", "A Final Escape!", "arcade", "true"},
+    {"Neon", "Neon City", "arcade", "arcade"},
+    {"ENDING:", "xENDING:y", "main", "main"},
+};
+
+// A map that the table gains must be given its ending here.
+TEST(RunCheck, endingMapsAreTheseAlone) {
+  std::vector<std::string_view> known;
+  for (const EndingMap& map : kKnownEndingMaps) known.emplace_back(map.word);
+  EXPECT_THAT(kEndingMaps, testing::UnorderedElementsAreArray(known));
+}
+
 TEST(RunCheck, eachEndingMapMakesAnEndingSplit) {
-  for (const char* map : {"3999", "Tunnel", "Final Escape", "Neon", "ENDING:", "Level 3999b",
-                          "The Tunnels", "A Final Escape!", "Neon City", "xENDING:y"}) {
-    expectEnding("{\"map\":\""s + map + "\",\"t\":5}", map, 5.0);
+  for (const EndingMap& map : kKnownEndingMaps) {
+    for (const char* name : {map.word, map.around}) {
+      expectEnding("{\"map\":\""s + name + "\",\"t\":5}", name, 5.0);
+      EXPECT_EQ(inferEnding(name, 44), map.early) << name;
+      EXPECT_EQ(inferEnding(name, 45), map.late) << name;
+    }
   }
 }
 
 TEST(RunCheck, endingMapIsKnownInTheLastBytesOfTheTextToo) {
-  for (const char* map : {"3999", "Tunnel", "Final Escape", "Neon", "ENDING:"}) {
-    expectEnding("{\"map\":\""s + map + "\"}", map, -1.0);
-    expectEnding("\"map\":\""s + map + "\"", map, -1.0);
+  for (const std::string_view map : kEndingMaps) {
+    expectEnding("{\"map\":\"" + std::string(map) + "\"}", std::string(map), -1.0);
+    expectEnding("\"map\":\"" + std::string(map) + "\"", std::string(map), -1.0);
   }
 }
 

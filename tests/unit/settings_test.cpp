@@ -14,14 +14,17 @@ namespace {
 
 using std::literals::string_view_literals::operator""sv;
 
-/// Every value in one text, so that a test compares the whole record.
-std::string whole(const Settings& s) {
-  return "game=" + s.game + "|receipt=" + s.receipt + "|data=" + s.data + "|server=" + s.server +
-         "|steam=" + s.steam + "|appid=" + s.appid + "|player=" + s.player +
-         "|difficulty=" + s.difficulty + "|fromSteam=" + (s.playerFromSteam ? "1" : "0") +
-         "|timer=" + s.timer + "|install_from=" + s.install_from +
-         "|dryrun=" + (s.dryrun ? "1" : "0") + "|livesplit=" + s.livesplit +
-         "|livesplit_lss=" + s.livesplit_lss;
+/// Every value in one text, so that a test compares the whole record. A record of more
+/// fields does not compile here; `file` alone is no setting.
+std::string whole(const Settings& settings) {
+  const auto& [file, game, receipt, data, server, steam, appid, player, difficulty, fromSteam,
+               timer, install_from, dryrun, livesplit, livesplit_lss] = settings;
+  EXPECT_EQ(file, "");
+  return "game=" + game + "|receipt=" + receipt + "|data=" + data + "|server=" + server +
+         "|steam=" + steam + "|appid=" + appid + "|player=" + player +
+         "|difficulty=" + difficulty + "|fromSteam=" + (fromSteam ? "1" : "0") +
+         "|timer=" + timer + "|install_from=" + install_from + "|dryrun=" + (dryrun ? "1" : "0") +
+         "|livesplit=" + livesplit + "|livesplit_lss=" + livesplit_lss;
 }
 
 std::string parsed(std::string_view bytes) { return whole(parseSettings(bytes)); }
@@ -55,6 +58,9 @@ TEST(Settings, everyKeyOfTheTableIsReadIntoItsOwnFieldAlone) {
     if (key.text != nullptr) expected.*key.text = "1";
     if (key.flag != nullptr) expected.*key.flag = true;
     EXPECT_EQ(parsed(std::string(key.name) + "=1\n"), whole(expected)) << key.name;
+    // What whole() leaves out would be compared nowhere.
+    const bool isOfTheRecord = key.text != nullptr || key.flag != nullptr;
+    EXPECT_EQ(whole(expected) != kNothing, isOfTheRecord) << key.name;
   }
 }
 
