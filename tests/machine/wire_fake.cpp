@@ -17,7 +17,7 @@ using machine::Machine;
 using machine::Reply;
 
 constexpr std::int64_t kConnectLimitMs = 60000;
-constexpr std::int64_t kSettleMs = 50;
+constexpr std::int64_t kSettleMs = 250;
 constexpr std::size_t kReplyBytes = 511;
 constexpr std::size_t kRegistryUnits = 260;
 

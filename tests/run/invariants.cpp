@@ -14,7 +14,7 @@ using machine::Machine;
 
 constexpr std::int64_t kSettleMs = 2 * 60 * 60 * 1000;
 constexpr std::int64_t kPollMs = 500;
-constexpr std::int64_t kConnectMs = 50;
+constexpr std::int64_t kConnectMs = 250;
 constexpr std::int64_t kRequestMs = 60000;
 constexpr std::int64_t kCardsMs = 4000 + 15000;
 constexpr std::int64_t kGameAndTimerMs = 1000000 + 50000;
