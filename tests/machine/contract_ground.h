@@ -55,6 +55,10 @@ class Ground {
   /// A byte sequence of a code page in UTF-16.
   [[nodiscard]] std::wstring decoded(unsigned codePage, const std::string& bytes) const;
 
+  /// Every call of the seam so far, as machine::callText() writes it, with its result:
+  /// "readFile [C:\contract\a] -> 3 bytes".
+  [[nodiscard]] std::vector<std::string> calls() const;
+
   /// Milliseconds of a clock that never goes back.
   [[nodiscard]] long long clockMs() const;
 

@@ -10,7 +10,10 @@ struct Ground::Impl {
   std::string held;
 };
 
-Ground::Ground() : impl_(std::make_unique<Impl>()) { impl_->on.files.makeFolder("C:\\contract"); }
+Ground::Ground() : impl_(std::make_unique<Impl>()) {
+  impl_->on.files.makeFolder("C:\\contract");
+  impl_->on.recording = true;
+}
 Ground::~Ground() = default;
 
 std::string Ground::folder() const { return "C:\\contract"; }
@@ -89,6 +92,8 @@ std::wstring Ground::runningImage() const {
 std::wstring Ground::decoded(unsigned codePage, const std::string& bytes) const {
   return machine::toWide(machine::fromAnsi(static_cast<machine::CodePage>(codePage), bytes));
 }
+
+std::vector<std::string> Ground::calls() const { return impl_->on.record; }
 
 long long Ground::clockMs() const { return impl_->on.now(); }
 

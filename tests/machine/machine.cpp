@@ -266,25 +266,10 @@ Failure Machine::beginCall(Call call) {
 }
 
 void Machine::noteCall(Call call, std::initializer_list<std::string> arguments) {
-  record.push_back(nameOf(call));
-  for (const std::string& argument : arguments) record.back() += " [" + argument + "]";
+  record.push_back(callText(nameOf(call), arguments));
 }
 
-std::string Machine::shown(std::string_view text) {
-  std::string line;
-  for (const char byte : text) {
-    if (byte == '\n') {
-      line += "\\n";
-    } else if (byte == '\r') {
-      line += "\\r";
-    } else {
-      line += byte;
-    }
-  }
-  return line;
-}
-
-std::string Machine::shown(std::wstring_view text) { return shown(toUtf8(fromWide(text))); }
+std::string Machine::shown(std::wstring_view text) { return onOneLine(toUtf8(fromWide(text))); }
 
 Reply Machine::exchange(const std::string& url, const char* method, const std::string& body) {
   Request request{.method = method, .host = {}, .path = {}, .body = body};

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/machine/call_text.h"
 #include "tests/machine/code_page.h"
 #include "tests/machine/file_system.h"
 
@@ -234,7 +235,7 @@ class Machine {
     bool locked = false;
   };
 
-  static std::string shown(std::string_view text);
+  static std::string shown(std::string_view text) { return onOneLine(text); }
   static std::string shown(std::wstring_view text);
   static std::string shown(const char* text) { return shown(std::string_view(text)); }
   static std::string shown(const std::string& text) { return shown(std::string_view(text)); }

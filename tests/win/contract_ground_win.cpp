@@ -9,6 +9,7 @@
 #include "rehearsal/stage/registry.h"
 #include "rehearsal/stage/text.h"
 #include "rehearsal/stage/timer_server.h"
+#include "tests/win/seam_recorder_win.h"
 
 namespace contract {
 
@@ -20,6 +21,7 @@ struct Ground::Impl {
   std::vector<std::unique_ptr<stage::RaceServer>> servers;
   std::unique_ptr<stage::TimerServer> timer;
   stage::RegistryKeeper registry;
+  SeamRecorder recorder;
 
   void empty() const {
     std::error_code ignored;
@@ -134,6 +136,8 @@ std::wstring Ground::decoded(unsigned codePage, const std::string& bytes) const 
   wide.resize(static_cast<std::size_t>(units));
   return wide;
 }
+
+std::vector<std::string> Ground::calls() const { return impl_->recorder.calls(); }
 
 long long Ground::clockMs() const { return static_cast<long long>(GetTickCount64()); }
 
