@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 
 #include "check/log_runs.h"
@@ -418,14 +417,12 @@ std::string shownTime(const std::string& seconds) {
   if (!(value > 0.0) || value > kLongest) return {};
   const auto hundredths = static_cast<long>(value * 100.0 + 0.5);
   const long minutes = hundredths / 6000;
-  char text[48] = {};
-  if (minutes < 60) {
-    (void)std::snprintf(text, sizeof(text), "%ld:%02ld.%02ld", minutes, hundredths / 100 % 60,
-                        hundredths % 100);
-  } else {
-    (void)std::snprintf(text, sizeof(text), "%ld:%02ld:%02ld.%02ld", minutes / 60, minutes % 60,
-                        hundredths / 100 % 60, hundredths % 100);
-  }
+  std::string text;
+  if (minutes >= 60) appendPadded(text, minutes / 60, 1);
+  if (minutes >= 60) text += ":";
+  appendPadded(text, minutes % 60, minutes < 60 ? 1 : 2);
+  appendPadded(text += ":", hundredths / 100 % 60, 2);
+  appendPadded(text += ".", hundredths % 100, 2);
   return text;
 }
 

@@ -1,7 +1,5 @@
 #include "core/paths.h"
 
-#include <cstdio>
-
 #include "core/text.h"
 
 namespace launcher {
@@ -11,10 +9,14 @@ constexpr std::size_t kLongestEntryPath = 259;
 
 /// "\receipt_20250301_214502.json"
 std::string stampedFile(const char* prefix, const LocalTime& time) {
-  char name[96] = {};
-  (void)std::snprintf(name, sizeof(name), "\\%s%04d%02d%02d_%02d%02d%02d.json", prefix, time.year,
-                      time.month, time.day, time.hour, time.minute, time.second);
-  return name;
+  std::string name = "\\";
+  appendPadded(name += prefix, time.year, 4);
+  appendPadded(name, time.month, 2);
+  appendPadded(name, time.day, 2);
+  appendPadded(name += "_", time.hour, 2);
+  appendPadded(name, time.minute, 2);
+  appendPadded(name, time.second, 2);
+  return name += ".json";
 }
 
 }  // namespace

@@ -34,6 +34,11 @@ std::string replaceAll(std::string_view text, std::string_view from, std::string
 
 std::string stripTrailingSlashes(std::string_view address) { return trimEnd(address, "/"); }
 
+void appendPadded(std::string& text, long number, int digits) {
+  if (digits > 1 || number > 9) appendPadded(text, number / 10, digits - 1);
+  text += static_cast<char>('0' + number % 10);
+}
+
 std::string quoted(std::string_view text) {
   std::string result = "\"";
   result.append(text);

@@ -30,6 +30,10 @@ inline constexpr std::string_view kBlanks = " \t\r\n";
 /// address made of slashes alone becomes empty.
 [[nodiscard]] std::string stripTrailingSlashes(std::string_view address);
 
+/// Appends a number of 0 or more with at least `digits` digits, zeros in front: "05". `digits`
+/// is 1 or more.
+void appendPadded(std::string& text, long number, int digits);
+
 /// `text` in double quotes, unchanged: nothing inside is escaped.
 [[nodiscard]] std::string quoted(std::string_view text);
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace launcher {
@@ -17,6 +18,17 @@ TEST(Text, trimBlanksStripsTheFourBlanksAtBothEnds) {
   EXPECT_EQ(trimBlanks(" \t\r\nvalue\n\r\t "), "value");
   EXPECT_EQ(trimBlanks("\tvalue"), "value");
   EXPECT_EQ(trimBlanks("value\r\n"), "value");
+}
+
+TEST(Text, aNumberIsPaddedWithZerosAndNeverCut) {
+  std::string text;
+  for (const auto& [number, digits] : {std::pair(0L, 2), std::pair(5L, 2), std::pair(59L, 2),
+                                       std::pair(2025L, 4), std::pair(12345L, 4),
+                                       std::pair(0L, 1), std::pair(100L, 1)}) {
+    appendPadded(text, number, digits);
+    text += " ";
+  }
+  EXPECT_EQ(text, "00 05 59 2025 12345 0 100 ");
 }
 
 TEST(Text, trimBlanksKeepsBlanksInside) { EXPECT_EQ(trimBlanks(" a \t\r\n b "), "a \t\r\n b"); }

@@ -1,5 +1,5 @@
-// What makes an overrun or a strange library in the two programs that ship harder to use, as it
-// shows in the built files.
+// What makes an overrun or a strange library in the programs that ship harder to use, as it shows
+// in the built files.
 
 #include <gtest/gtest.h>
 
@@ -199,7 +199,8 @@ TEST_P(Hardening, functionsWithBuffersAreGuarded) {
   EXPECT_GE(guarded, 25);
 }
 
-INSTANTIATE_TEST_SUITE_P(Programs, Hardening, testing::Values("launcher.exe", "kov_result.exe"),
+INSTANTIATE_TEST_SUITE_P(Programs, Hardening,
+                         testing::Values("launcher.exe", "kov_result.exe", "kov_check.exe"),
                          [](const testing::TestParamInfo<const char*>& program) {
                            const std::string_view name = program.param;
                            return std::string(name.substr(0, name.find('.')));
