@@ -136,6 +136,9 @@ std::optional<Finding> rowOf(const SettingsFault& fault, unsigned codePage,
   return row;
 }
 
+constexpr Wording kAskForSettings = {"向主办方要这一周的 launcher.ini。",
+                                     "Ask the organiser for this week's launcher.ini."};
+
 std::optional<Finding> serverRow(const std::string& server, Language language) {
   const auto row = [&](const Wording& what, const Wording& todo) {
     return filledRow(Stage::settings, State::bad, what, todo, language, {server});
@@ -145,20 +148,28 @@ std::optional<Finding> serverRow(const std::string& server, Language language) {
     case AddressFault::empty:
       return row({"launcher.ini 里 server= 是空的，成绩不会上传。",
                   "server= is empty in launcher.ini: nothing is uploaded."},
-                 {"向主办方要这一周的 launcher.ini。",
-                  "Ask the organiser for this week's launcher.ini."});
+                 kAskForSettings);
     case AddressFault::sample:
       return row({"launcher.ini 里的 server= 还是样板地址：{1}",
                   "server= in launcher.ini is still the sample's: {1}"},
-                 {"向主办方要这一周的 launcher.ini。",
-                  "Ask the organiser for this week's launcher.ini."});
+                 kAskForSettings);
     case AddressFault::noScheme:
-    case AddressFault::oddCharacters: break;
+    case AddressFault::oddCharacters:
+      return row({"launcher.ini 里的 server= 不是一个网址：{1}",
+                  "server= in launcher.ini is no address: {1}"},
+                 {"它要以 https:// 开头，没有空格。",
+                  "It begins with https:// and has no blanks."});
+    // Which of these it is, the organiser's check says.
+    case AddressFault::userName:
+    case AddressFault::ipv6:
+    case AddressFault::badPort:
+    case AddressFault::noName:
+    case AddressFault::longName:
+    case AddressFault::hasQuery: break;
   }
-  return row({"launcher.ini 里的 server= 不是一个网址：{1}",
-              "server= in launcher.ini is no address: {1}"},
-             {"它要以 https:// 开头，没有空格。",
-              "It begins with https:// and has no blanks."});
+  return row({"launcher.ini 里的 server= 不是启动器能用的网址：{1}",
+              "server= in launcher.ini is no address that the launcher can use: {1}"},
+             kAskForSettings);
 }
 
 /// The name is converted for the server, so it matters in the same way as a path.

@@ -167,14 +167,42 @@ void findOddWords(const Lines& lines, Faults& faults) {
   }
 }
 
-/// The host of an address, "" when it is none.
-std::string_view hostOf(std::string_view address) {
+// Addresses --------------------------------------------------------------------------------
+
+/// What stands between the scheme and the path, "" when either is missing.
+std::string_view authorityOf(std::string_view address) {
   for (const std::string_view scheme : {"http://", "https://"}) {
     if (!address.starts_with(scheme)) continue;
     const std::string_view rest = address.substr(scheme.size());
-    return rest.substr(0, rest.find_first_of(":/?#"));
+    return rest.substr(0, rest.find_first_of("/?#\\"));
   }
   return {};
+}
+
+bool isPort(std::string_view text) {
+  constexpr std::size_t kLongestPort = 5;
+  constexpr unsigned kLargestPort = 65535;
+  if (text.size() > kLongestPort) return false;
+  unsigned port = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return false;
+    port = port * 10 + static_cast<unsigned>(c - '0');
+  }
+  return port > 0 && port <= kLargestPort;
+}
+
+/// What Windows would not take of a host and its port.
+AddressFault authorityFault(std::string_view authority) {
+  constexpr std::size_t kLongestHost = 255;
+  if (authority.find('@') != std::string_view::npos) return AddressFault::userName;
+  if (authority.starts_with('[')) return AddressFault::ipv6;
+  const std::size_t colon = authority.find(':');
+  if (colon != std::string_view::npos && !isPort(authority.substr(colon + 1))) {
+    return AddressFault::badPort;
+  }
+  if (colon == 0) return AddressFault::noName;
+  if (std::min(colon, authority.size()) > kLongestHost) return AddressFault::longName;
+  return AddressFault::none;
 }
 
 }  // namespace
@@ -194,13 +222,16 @@ std::vector<SettingsFault> settingsFaults(std::string_view bytes) {
 }
 
 AddressFault addressFault(std::string_view value) {
-  const std::string_view host = hostOf(value);
   if (value.empty()) return AddressFault::empty;
-  if (host.empty()) return AddressFault::noScheme;
+  const std::string_view authority = authorityOf(value);
+  if (authority.empty()) return AddressFault::noScheme;
   if (!isAscii(value) || value.find(' ') != std::string_view::npos) {
     return AddressFault::oddCharacters;
   }
-  if (host.ends_with(".example")) return AddressFault::sample;
+  const AddressFault fault = authorityFault(authority);
+  if (fault != AddressFault::none) return fault;
+  if (value.find_first_of("?#\\") != std::string_view::npos) return AddressFault::hasQuery;
+  if (authority.substr(0, authority.find(':')).ends_with(".example")) return AddressFault::sample;
   return AddressFault::none;
 }
 

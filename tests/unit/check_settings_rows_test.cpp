@@ -52,6 +52,9 @@ TEST(CheckSettingsRows, whatStopsARaceIsBad) {
             "bad: server= is empty in launcher.ini: nothing is uploaded.");
   EXPECT_EQ(only("receipt=r\r\ndata=d\r\nserver=race.test\r\n"),
             "bad: server= in launcher.ini is no address: race.test");
+  EXPECT_EQ(only("receipt=r\r\ndata=d\r\nserver=https://race.test:x\r\n"),
+            "bad: server= in launcher.ini is no address that the launcher can use: "
+            "https://race.test:x");
   EXPECT_EQ(only("receipt=r\r\ndata=d\r\nserver=https://kov-race.example\r\n"),
             "bad: server= in launcher.ini is still the sample's: https://kov-race.example");
 }
