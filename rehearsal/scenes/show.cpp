@@ -82,6 +82,7 @@ Show::Show(std::string_view scene, const stage::Rules& rules)
 void Show::setUp() {
   machine_.putUpStandardMachine(serverUrl_);
   machine_.installShowingCard();
+  setServerStartup(true);
   if (package_ == nullptr) return;
   putOnStage(*package_, machine_);
   addSettings({});
@@ -97,11 +98,23 @@ void Show::addSettings(const stage::Ini& more) {
   machine_.writeIni(ini);
 }
 
+void Show::setServerStartup(bool on) {
+  const std::filesystem::path config = machine_.liveSplitFolder() / "settings.cfg";
+  std::string text = stage::readFile(config).value_or("");
+  const std::string element = "<ServerStartup>";
+  const std::size_t value = text.find(element);
+  if (value == std::string::npos) return;
+  text[value + element.size()] = on ? '1' : '0';
+  stage::writeFile(config, text);
+}
+
 void Show::queue(std::string_view name, const stage::Receipt& run) {
   stage::writeFile(machine_.data() / "pending" / stage::pathOf(name), run.text());
 }
 
 void Show::play(std::string_view arguments, unsigned limitMs) {
+  if (look_) look_();
+  requestsBefore_ = server_.requests().size();
   say("\n---- the launcher's console ----");
   run_ = machine_.runLauncher(arguments, {.limitMs = limitMs, .live = true});
   say("\n---- end of the console ----\n");
@@ -126,8 +139,14 @@ void Show::report() const {
   say("Log:  " + inBothWorlds(machine_.log()));
 }
 
+std::vector<stage::Request> Show::requests() const {
+  std::vector<stage::Request> all = server_.requests();
+  all.erase(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(requestsBefore_));
+  return all;
+}
+
 void Show::reportServer() const {
-  const std::vector<stage::Request> requests = server_.requests();
+  const std::vector<stage::Request> requests = this->requests();
   say(requests.empty() ? "The race server received nothing."
                        : "The race server received " + counted(requests.size(), "request") + ":");
   for (const stage::Request& request : requests) say("  " + inWords(request));
@@ -218,7 +237,7 @@ void Show::expectList(const std::string& what, const std::vector<std::string>& w
 
 void Show::expectRequests(const std::vector<std::string>& wanted) {
   std::vector<std::string> got;
-  for (const stage::Request& request : server_.requests()) {
+  for (const stage::Request& request : requests()) {
     got.push_back(request.method + " " + request.target);
   }
   expectList("request", wanted, got);

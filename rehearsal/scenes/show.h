@@ -1,8 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "rehearsal/package/package.h"
@@ -20,6 +22,9 @@ class Show {
   stage::Stage& machine() { return machine_; }
   stage::RaceServer& server() { return server_; }
   const stage::RunResult& run() const { return run_; }
+  /// What reached the server since the launcher started.
+  [[nodiscard]] std::vector<stage::Request> requests() const;
+  const stage::MessageBoxWatcher& boxes() const { return boxes_; }
 
   /// Plays this package instead of the built launcher with the standard settings. Call it
   /// before setUp(); the package must outlive the show.
@@ -31,8 +36,14 @@ class Show {
   void addSettings(const stage::Ini& more);
   /// Settings for a server other than the scene's own.
   void setServer(std::string url) { serverUrl_ = std::move(url); }
+  /// Whether LiveSplit is set to start its server by itself; after setUp() it is.
+  void setServerStartup(bool on);
   /// Puts a run into the queue of undelivered results.
   void queue(std::string_view name, const stage::Receipt& run);
+
+  /// Called when everything is put up, just before the launcher starts. What is asked of the
+  /// server then is none of the run's requests.
+  void beforePlay(std::function<void()> look) { look_ = std::move(look); }
 
   /// Plays the launcher, its console live.
   void play(std::string_view arguments = {}, unsigned limitMs = 60000);
@@ -80,6 +91,8 @@ class Show {
   CardPlayer cardPlayer_;
   std::string serverUrl_;
   const Package* package_ = nullptr;
+  std::function<void()> look_;
+  std::size_t requestsBefore_ = 0;
   stage::RunResult run_;
   int met_ = 0;
   std::vector<std::string> complaints_;

@@ -49,6 +49,7 @@ void liveSplitLate(Show& show) {
 void liveSplitOff(Show& show) {
   show.setUp();
   show.machine().setLiveSplit({.listens = false});
+  show.setServerStartup(false);
   show.play();
   show.report();
 
