@@ -190,6 +190,8 @@ Findings checkPackage(const Package& package) {
   all.push_back(checkProgram(package, "launcher.exe", "without it there is no launcher"));
   all.push_back(checkProgram(package, "kov_result.exe",
                              "without it players get a plain message box"));
+  all.push_back(checkProgram(package, "kov_check.exe",
+                             "without it players repair by hand what a button does"));
   if (package.ini.empty()) {
     all.push_back(failed("launcher.ini is missing or empty", "put it beside launcher.exe"));
     return all;

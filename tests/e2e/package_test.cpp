@@ -78,6 +78,7 @@ class Package : public ::testing::Test {
 TEST_F(Package, holdsExactlyTheExpectedFiles) {
   EXPECT_THAT(stage::listFolder(unpacked),
               ElementsAre("KOV-Race\\LICENSE.txt", "KOV-Race\\SHA256SUMS", "KOV-Race\\data\\",
+                          "KOV-Race\\launcher\\kov_check.exe",
                           "KOV-Race\\launcher\\kov_result.exe",
                           "KOV-Race\\launcher\\launcher.exe",
                           "KOV-Race\\launcher\\launcher.ini", "KOV-Race\\livesplit\\README.txt",
@@ -129,9 +130,10 @@ std::string versionOf(const std::string& resource) {
 }
 
 TEST_F(Package, programsTellWindowsWhatTheyAre) {
-  for (const auto& [name, english, chinese] :
-       {std::tuple("launcher.exe", "KOV race launcher", "KOV 周赛启动器"),
-        std::tuple("kov_result.exe", "KOV race result card", "KOV 周赛成绩卡")}) {
+  for (const auto& [name, english, chinese, pictures] :
+       {std::tuple("launcher.exe", "KOV race launcher", "KOV 周赛启动器", 4),
+        std::tuple("kov_result.exe", "KOV race result card", "KOV 周赛成绩卡", 4),
+        std::tuple("kov_check.exe", "KOV race check", "KOV 周赛检查", 3)}) {
     SCOPED_TRACE(name);
     const fs::path program = launcherFolder() / name;
     const std::string version = resourceOf(program, RT_VERSION);
@@ -147,7 +149,7 @@ TEST_F(Package, programsTellWindowsWhatTheyAre) {
     // A group of icons: two reserved numbers, then how many there are.
     const std::string icons = resourceOf(program, RT_GROUP_ICON);
     ASSERT_GE(icons.size(), 6U);
-    EXPECT_EQ(icons[4], 4);
+    EXPECT_EQ(icons[4], pictures);
     const std::string manifest = resourceOf(program, RT_MANIFEST);
     EXPECT_THAT(manifest, HasSubstr("level=\"asInvoker\""));
     EXPECT_THAT(manifest, HasSubstr("8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a"));  // Windows 10, 11
@@ -157,8 +159,9 @@ TEST_F(Package, programsTellWindowsWhatTheyAre) {
               Not(HasSubstr("longPathAware")));
 }
 
-TEST_F(Package, launcherStaysSmall) {
+TEST_F(Package, programsStaySmall) {
   EXPECT_LE(bytesOf("launcher\\launcher.exe").size(), 300U * 1024);
+  EXPECT_LE(bytesOf("launcher\\kov_check.exe").size(), 300'000U);
 }
 
 TEST_F(Package, settingsHaveEveryKeyOnceAndNothingToComplainAbout) {

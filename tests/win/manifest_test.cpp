@@ -1,4 +1,4 @@
-// What the manifests in the two programs that ship say, as Windows reads them.
+// What the manifests in the programs that ship say, as Windows reads them.
 
 #include <gtest/gtest.h>
 
@@ -64,7 +64,8 @@ TEST_P(Manifest, namesOneWindowsAlone) {
   EXPECT_EQ(*reinterpret_cast<const DWORD*>(bytes.data()), 1U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Programs, Manifest, testing::Values("launcher.exe", "kov_result.exe"),
+INSTANTIATE_TEST_SUITE_P(Programs, Manifest,
+                         testing::Values("launcher.exe", "kov_result.exe", "kov_check.exe"),
                          [](const testing::TestParamInfo<const char*>& program) {
                            const std::string_view name = program.param;
                            return std::string(name.substr(0, name.find('.')));

@@ -246,10 +246,13 @@ TEST(TimerSettingsCheck, pathsOfTheOrganisersOwnAreTold) {
 class PackageCheck : public ::testing::Test {
  protected:
   PackageCheck() {
-    write("launcher/launcher.exe", program());
-    write("launcher/kov_result.exe", program());
-    write("SHA256SUMS", sha256(program()) + "  launcher/kov_result.exe\n" + sha256(program()) +
-                            "  launcher/launcher.exe\n");
+    std::string sums;
+    for (const char* name : {"launcher/kov_check.exe", "launcher/kov_result.exe",
+                             "launcher/launcher.exe"}) {
+      write(name, program());
+      sums += sha256(program()) + "  " + name + "\n";
+    }
+    write("SHA256SUMS", sums);
     write("launcher/launcher.ini", kGoodSettings);
     write("mod/dwmapi.dll", "MZ");
     write("mod/ue4ss/UE4SS.dll", "MZ");
@@ -453,7 +456,8 @@ TEST_F(PackageCheck, otherProgramsThanTheReleasesAreTold) {
   write("launcher/kov_result.exe", "a text");
   EXPECT_THAT(found(), ElementsAre("kov_result.exe is no 64-bit Windows program"));
   fs::remove(root / "launcher" / "kov_result.exe");
-  EXPECT_THAT(found(), ElementsAre("kov_result.exe is missing"));
+  fs::remove(root / "launcher" / "kov_check.exe");
+  EXPECT_THAT(found(), ElementsAre("kov_result.exe is missing", "kov_check.exe is missing"));
 }
 
 TEST_F(PackageCheck, missingLauncherAndSettingsAreTold) {
