@@ -137,6 +137,9 @@ ActionResult writeGame(const Machine& machine, const std::wstring& path, Languag
                   language, {shown});
   }
   const std::optional<std::string> bytes = readFile(machine.settingsPath);
+  if (!bytes && pathExists(machine.settingsPath)) {
+    return result(false, kCannotWrite, language, {"launcher.ini"});
+  }
   const std::optional<std::string> changed = withGame(bytes.value_or(""), *ansi);
   if (!bytes || !changed) {
     return result(false,
@@ -160,7 +163,9 @@ ActionResult startTimerServer(const Machine& machine, Language language) {
                   language);
   }
   const std::string path = timerConfigPath(machine);
-  const std::optional<std::string> changed = withServerStartup(readWholeFile(path));
+  const std::optional<std::string> bytes = readFile(path);
+  if (!bytes && pathExists(path)) return result(false, kCannotWrite, language, {"settings.cfg"});
+  const std::optional<std::string> changed = withServerStartup(bytes.value_or(""));
   if (!changed) {
     return result(false,
                   {"LiveSplit 的设置里没有可以改的 ServerStartup。",
@@ -168,7 +173,7 @@ ActionResult startTimerServer(const Machine& machine, Language language) {
                   language);
   }
   const std::string copy = copyName(path);
-  if (!writeNewFile(copy, readWholeFile(path)) || !replaceFile(path, *changed)) {
+  if (!writeNewFile(copy, *bytes) || !replaceFile(path, *changed)) {
     return result(false, kCannotWrite, language, {"settings.cfg"});
   }
   return result(true,
