@@ -23,16 +23,21 @@ T* at(DWORD rva) {
   }
 }
 
+/// Only one thread at a time makes a page writable and read-only again.
+SRWLOCK storing = SRWLOCK_INIT;
+
 /// Stores a value that this program's linker may have put on a read-only page: GNU ld does
 /// since binutils 2.44, and lld does.
 template <typename T>
 void store(T* slot, T value) {
   DWORD found = 0;
+  AcquireSRWLockExclusive(&storing);
   if (VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &found) == FALSE) {
     giveUp(GetLastError());
   }
   *slot = value;
   (void)VirtualProtect(slot, sizeof *slot, found, &found);
+  ReleaseSRWLockExclusive(&storing);
 }
 
 HMODULE loadedModule(const ImgDelayDescr& descriptor) {
