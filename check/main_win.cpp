@@ -6,6 +6,7 @@
 #include "check/actions.h"
 #include "check/command_line.h"
 #include "check/report.h"
+#include "check/window_win.h"
 #include "check/system_win.h"
 #include "core/platform.h"
 
@@ -52,7 +53,7 @@ int run(const std::vector<std::wstring>& arguments) {
   switch (asked.mode) {
     case Asked::Mode::text: return printPages(language);
     case Asked::Mode::support: return writeSupport(asked.file, language);
-    case Asked::Mode::window:
+    case Asked::Mode::window: showWindow(language); return kExitRaceCanRun;
     case Asked::Mode::wrong: break;
   }
   writeOutput(say(kUsage, language));

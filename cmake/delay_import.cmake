@@ -40,10 +40,25 @@ kov_delay_import(winhttp
 kov_delay_import(ws2_32
   WSACleanup WSAIoctl WSAStartup closesocket connect htonl htons recv send socket)
 kov_delay_import(ole32 CoCreateInstance CoInitializeEx CoSetProxyBlanket CoUninitialize)
-kov_delay_import(shell32 ShellExecuteExA)
-kov_delay_import(user32 MessageBoxA MessageBoxW)
+kov_delay_import(shell32 SHGetFolderPathW ShellExecuteExA)
+kov_delay_import(user32
+  CreateWindowExW DefWindowProcW DestroyWindow DispatchMessageW EnableWindow FillRect
+  GetClientRect GetDlgCtrlID GetDpiForWindow GetFocus GetKeyState GetMessageW GetMonitorInfoW
+  GetNextDlgTabItem GetSysColor GetSystemMetricsForDpi GetWindow GetWindowLongPtrW GetWindowRect
+  GetWindowTextLengthW GetWindowTextW InvalidateRect IsDialogMessageW IsWindow LoadCursorW
+  LoadIconW MessageBoxA MessageBoxW MonitorFromWindow PostMessageW PostQuitMessage RegisterClassW
+  SendMessageW SetCursor SetFocus SetWindowLongPtrW SetWindowPos SetWindowTextW ShowScrollBar
+  ShowWindow SystemParametersInfoForDpi SystemParametersInfoW TranslateMessage)
 kov_delay_import(advapi32 RegCloseKey RegOpenKeyExW RegQueryValueExW)
 
-# What only the companion calls.
+# What only the companion calls; of the DLLs above, too, whatever a window needs. Windows takes
+# the name comctl32.dll for the version that the program's manifest asks for before it looks
+# into any folder, so that the system folder's version 5 is not what is loaded.
+kov_delay_import(comctl32
+  ImageList_Create ImageList_Destroy InitCommonControlsEx TaskDialogIndirect)
+kov_delay_import(comdlg32 GetOpenFileNameW)
+kov_delay_import(dwmapi DwmSetWindowAttribute)
+kov_delay_import(gdi32 CreateFontIndirectW CreateSolidBrush DeleteObject SetBkColor SetTextColor)
+kov_delay_import(uxtheme SetWindowTheme)
 kov_delay_import(iphlpapi GetExtendedTcpTable)
 kov_delay_import(oleaut32 SysAllocString SysFreeString VariantClear)
