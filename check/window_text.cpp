@@ -111,7 +111,12 @@ void viewRuns(const WindowState& state, Language language, View& view) {
   }
   const RunRow& run = state.runs[state.run];
   view.first.enabled = !run.queueSource.empty() && !state.sending;
-  view.details = runsText({run}, language);
+  std::vector<std::string> cells = runCells(run, language);
+  cells.pop_back();
+  for (const std::string& cell : cells) {
+    if (!cell.empty()) view.details += cell + "  ";
+  }
+  view.details += "\n" + run.outcome;
 }
 
 void viewHelp(const WindowState& state, Language language, View& view) {

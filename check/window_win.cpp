@@ -307,7 +307,7 @@ void CheckWindow::layOut() {
 
   const int bottom = buttons - gap;
   const int detailsTop =
-      state_.page == Page::help ? y : bottom - kDetailLines * lineHeight_ - px(4);
+      state_.page == Page::help ? y : bottom - kDetailLines * lineHeight_ - gap;
   for (const HWND rows : {findings_, runs_}) {
     (void)SetWindowPos(rows, nullptr, left, y, right - left, std::max(0, detailsTop - gap - y),
                        SWP_NOZORDER | SWP_NOACTIVATE);
@@ -316,6 +316,9 @@ void CheckWindow::layOut() {
                      SWP_NOZORDER | SWP_NOACTIVATE);
   const auto lines = static_cast<int>(SendMessageW(details_, EM_GETLINECOUNT, 0, 0));
   (void)ShowScrollBar(details_, SB_VERT, lines * lineHeight_ > bottom - detailsTop);
+  (void)GetClientRect(details_, &room);
+  room = {px(kGap), px(kGap) / 2, room.right - px(kGap), room.bottom - px(kGap) / 2};
+  (void)SendMessageW(details_, EM_SETRECT, 0, reinterpret_cast<LPARAM>(&room));
   layOutColumns();
 }
 
@@ -358,12 +361,17 @@ void CheckWindow::layOutColumns() {
 LRESULT CheckWindow::drawRow(NMLVCUSTOMDRAW& draw) const {
   switch (draw.nmcd.dwDrawStage) {
     case CDDS_PREPAINT:
-      if (draw.dwItemType == LVCDI_GROUP && theme_.dark) {
-        draw.clrText = theme_.text;
-        (void)SetTextColor(draw.nmcd.hdc, theme_.text);
-        return CDRF_NEWFONT;
+      if (draw.dwItemType != LVCDI_GROUP) return CDRF_NOTIFYITEMDRAW;
+      // Windows has no light letters for headings on dark ground.
+      if (!theme_.dark || draw.nmcd.dwItemSpec > static_cast<DWORD_PTR>(Stage::queue)) {
+        return CDRF_DODEFAULT;
       }
-      return CDRF_NOTIFYITEMDRAW;
+      (void)SetTextColor(draw.nmcd.hdc, theme_.text);
+      (void)DrawTextW(draw.nmcd.hdc,
+                      utf8ToWide(stageTitle(static_cast<Stage>(draw.nmcd.dwItemSpec), language_))
+                          .c_str(),
+                      -1, &draw.rcText, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
+      return CDRF_SKIPDEFAULT;
     case CDDS_ITEMPREPAINT: return CDRF_NOTIFYSUBITEMDRAW;
     case CDDS_ITEMPREPAINT | CDDS_SUBITEM: break;
     default: return CDRF_DODEFAULT;

@@ -42,7 +42,7 @@ kov_delay_import(ws2_32
 kov_delay_import(ole32 CoCreateInstance CoInitializeEx CoSetProxyBlanket CoUninitialize)
 kov_delay_import(shell32 SHGetFolderPathW ShellExecuteExA)
 kov_delay_import(user32
-  CreateWindowExW DefWindowProcW DestroyWindow DispatchMessageW EnableWindow FillRect
+  CreateWindowExW DefWindowProcW DestroyWindow DispatchMessageW DrawTextW EnableWindow FillRect
   GetClientRect GetDlgCtrlID GetDpiForWindow GetFocus GetKeyState GetMessageW GetMonitorInfoW
   GetNextDlgTabItem GetSysColor GetSystemMetricsForDpi GetWindow GetWindowLongPtrW GetWindowRect
   GetWindowTextLengthW GetWindowTextW InvalidateRect IsDialogMessageW IsWindow LoadCursorW

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 #include <commctrl.h>
+#include <psapi.h>
 
 #include <functional>
 #include <string>
@@ -122,6 +123,23 @@ class CheckWindowDriver {
         },
         reinterpret_cast<LPARAM>(&search));
     return search.found;
+  }
+
+  /// Whole paths of what is loaded in it.
+  [[nodiscard]] std::vector<std::wstring> modules() const {
+    std::vector<HMODULE> handles(256);
+    DWORD bytes = 0;
+    EXPECT_TRUE(K32EnumProcessModules(process_, handles.data(),
+                                      static_cast<DWORD>(handles.size() * sizeof(HMODULE)),
+                                      &bytes));
+    handles.resize(bytes / sizeof(HMODULE));
+    std::vector<std::wstring> paths;
+    for (const HMODULE handle : handles) {
+      wchar_t path[MAX_PATH] = {};
+      (void)K32GetModuleFileNameExW(process_, handle, path, MAX_PATH);
+      paths.emplace_back(path);
+    }
+    return paths;
   }
 
   // Rows -----------------------------------------------------------------------------------

@@ -258,6 +258,32 @@ TEST_F(CheckWindow, theSupportFileIsWrittenWhereItCanBe) {
   EXPECT_EQ(text.find("[checking]"), std::string::npos);
 }
 
+TEST_F(CheckWindow, itsDllsAreWindowsOwn) {
+  for (const char* name : {"comctl32.dll", "comdlg32.dll", "dwmapi.dll", "gdi32.dll", "uxtheme.dll",
+                           "user32.dll"}) {
+    stage::writeFile(machine.app() / name, "planted");
+  }
+  CheckWindowDriver check = open();
+  ASSERT_TRUE(check.waitForAnswers());
+  std::vector<std::wstring> paths = check.modules();
+  ASSERT_GT(paths.size(), 5U);
+  std::wstring windows(MAX_PATH, L'\0');
+  windows.resize(GetSystemWindowsDirectoryW(windows.data(), MAX_PATH));
+  bool hasControls = false;
+  for (const std::wstring& path : paths) {
+    const std::wstring name = path.substr(path.rfind(L'\\') + 1);
+    if (lstrcmpiW(name.c_str(), L"kov_check.exe") == 0) continue;
+    EXPECT_EQ(lstrcmpiW(path.substr(0, windows.size()).c_str(), windows.c_str()), 0)
+        << stage::toUtf8(path);
+    // Not the system folder's, which is of an older version.
+    if (lstrcmpiW(name.c_str(), L"comctl32.dll") == 0) {
+      const std::wstring sideBySide = windows + L"\\winsxs\\";
+      hasControls = lstrcmpiW(path.substr(0, sideBySide.size()).c_str(), sideBySide.c_str()) == 0;
+    }
+  }
+  EXPECT_TRUE(hasControls);
+}
+
 TEST_F(CheckWindow, growsWithTheScreensResolution) {
   CheckWindowDriver check = open();
   ASSERT_TRUE(check.waitForAnswers());

@@ -90,12 +90,12 @@ TEST(CheckWindowText, onlyARunThatWasNeverSentCanBeQueued) {
   EXPECT_EQ(view.summary, "No run waits to be sent.");
   EXPECT_FALSE(view.first.enabled);
   EXPECT_FALSE(view.second.enabled);
-  state.runs = {run("2025-03-01 21:45:02", "12:34.56", "", "", "Never sent."),
+  state.runs = {run("2025-03-01 21:45:02", "12:34.56", "", "easy", "Never sent."),
                 run("", "", "", "", "b", "C:\\r.json")};
   state.run = 0;
   state.queued = 2;
   view = viewOf(state, kEnglish);
-  EXPECT_EQ(view.details, "2025-03-01 21:45:02  12:34.56  Never sent.\r\n");
+  EXPECT_EQ(view.details, "2025-03-01 21:45:02  12:34.56  easy  \r\nNever sent.");
   EXPECT_EQ(view.summary, "2 run(s) wait to be sent.");
   EXPECT_FALSE(view.first.enabled);
   EXPECT_TRUE(view.second.enabled);

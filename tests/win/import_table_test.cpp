@@ -167,6 +167,37 @@ TEST_F(LauncherProgram, networkAndDialogsComeFromWindows) {
   }
 }
 
+// The companion is loaded in the same way.
+class CheckProgram : public testing::Test {
+ protected:
+  ProgramFile file_{
+      stage::readFile(stage::builtLauncher().parent_path() / "kov_check.exe").value_or("")};
+};
+
+TEST_F(CheckProgram, importsNothingButKernelAndRuntimeAtItsStart) {
+  std::set<std::string> names = file_.dllNames(kImports, 20, 12);
+  EXPECT_EQ(names.erase("kernel32.dll"), 1U);
+  names.erase("msvcrt.dll");
+  EXPECT_EQ(names, std::set<std::string>{});
+}
+
+TEST_F(CheckProgram, alsoWhatItLoadsLaterIsWindowsOwn) {
+  std::set<std::string> others = strangers(file_.dllNames(kDelayedImports, 32, 4));
+  others.merge(strangers(file_.dllTexts()));
+  for (const char* name : {"comctl32.dll", "comdlg32.dll", "dwmapi.dll", "gdi32.dll",
+                           "iphlpapi.dll", "ntdll.dll", "oleaut32.dll", "uxtheme.dll"}) {
+    others.erase(name);
+  }
+  // These are files of the race mod, which it looks for.
+  others.erase("main.dll");
+  EXPECT_EQ(others, std::set<std::string>{});
+}
+
+TEST_F(CheckProgram, isA64BitProgramWithoutConsole) {
+  EXPECT_EQ(file_.machine(), 0x8664);
+  EXPECT_EQ(file_.subsystem(), 2);
+}
+
 TEST_F(LauncherProgram, isA64BitConsoleProgram) {
   EXPECT_EQ(file_.machine(), 0x8664);
   EXPECT_EQ(file_.subsystem(), 3);

@@ -27,6 +27,7 @@ class Manifest : public testing::TestWithParam<const char*> {
     context_ = CreateActCtxW(&wanted);
   }
   ~Manifest() override {
+    if (cookie_ != 0) DeactivateActCtx(0, cookie_);
     if (context_ != INVALID_HANDLE_VALUE) ReleaseActCtx(context_);
   }
   void SetUp() override { ASSERT_NE(context_, INVALID_HANDLE_VALUE) << GetLastError(); }
@@ -42,6 +43,8 @@ class Manifest : public testing::TestWithParam<const char*> {
     }
     return stage::toUtf8(value);
   }
+  /// In force for this thread until the test ends.
+  [[nodiscard]] bool activate() { return ActivateActCtx(context_, &cookie_) != FALSE; }
   /// What Windows knows of the whole context; nothing when it does not.
   [[nodiscard]] std::vector<std::byte> information(ULONG kind) const {
     std::vector<std::byte> bytes(8192);
@@ -51,6 +54,7 @@ class Manifest : public testing::TestWithParam<const char*> {
 
  private:
   HANDLE context_ = INVALID_HANDLE_VALUE;
+  ULONG_PTR cookie_ = 0;
 };
 
 TEST_P(Manifest, asksForSharpWindowsOnEveryScreen) {
@@ -63,6 +67,24 @@ TEST_P(Manifest, namesOneWindowsAlone) {
   ASSERT_FALSE(bytes.empty());
   EXPECT_EQ(*reinterpret_cast<const DWORD*>(bytes.data()), 1U);
 }
+
+/// The companion's.
+class CheckManifest : public Manifest {};
+
+// Groups in lists and task dialogs exist in this version alone. Whoever loads comctl32.dll by
+// its name alone, as the program does, gets what this section names.
+TEST_P(CheckManifest, takesTheSixthVersionOfTheCommonControls) {
+  ASSERT_TRUE(activate());
+  ACTCTX_SECTION_KEYED_DATA found = {};
+  found.cbSize = sizeof found;
+  EXPECT_TRUE(FindActCtxSectionStringW(0, nullptr, ACTIVATION_CONTEXT_SECTION_DLL_REDIRECTION,
+                                       L"comctl32.dll", &found));
+}
+
+INSTANTIATE_TEST_SUITE_P(Program, CheckManifest, testing::Values("kov_check.exe"),
+                         [](const testing::TestParamInfo<const char*>&) {
+                           return std::string("kov_check");
+                         });
 
 INSTANTIATE_TEST_SUITE_P(Programs, Manifest,
                          testing::Values("launcher.exe", "kov_result.exe", "kov_check.exe"),
