@@ -158,6 +158,8 @@ const char* againLabel(Language language) {
 
 const char* closeLabel(Language language) { return say({"关闭", "Close"}, language); }
 
+const char* detailsLabel(Language language) { return say({"说明", "Details"}, language); }
+
 std::string plainLabel(const std::string& label) {
   std::string plain;
   for (const char c : label) {

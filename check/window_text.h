@@ -59,6 +59,9 @@ struct View {
 [[nodiscard]] const char* againLabel(Language language);
 [[nodiscard]] const char* closeLabel(Language language);
 
+/// What screen readers call the text below the list.
+[[nodiscard]] const char* detailsLabel(Language language);
+
 /// A label as it is drawn, without the mark of its letter.
 [[nodiscard]] std::string plainLabel(const std::string& label);
 

@@ -29,12 +29,20 @@ bool isDark() {
   return light == 0;
 }
 
+/// False when Windows does not know of dark frames.
+bool setFrame(HWND window, bool dark) {
+  constexpr DWORD kDarkFrame = 20;  // DWMWA_USE_IMMERSIVE_DARK_MODE
+  const BOOL value = dark ? TRUE : FALSE;
+  return SUCCEEDED(DwmSetWindowAttribute(window, kDarkFrame, &value, sizeof(value)));
+}
+
 }  // namespace
 
-Theme readTheme() {
+Theme dressFrame(HWND window) {
   Theme theme;
   theme.contrast = isContrast();
   theme.dark = !theme.contrast && isDark();
+  theme.dark = setFrame(window, theme.dark) && theme.dark;
   theme.ground = theme.dark ? RGB(32, 32, 32) : GetSysColor(COLOR_BTNFACE);
   theme.field = theme.dark ? RGB(25, 25, 25) : GetSysColor(COLOR_WINDOW);
   theme.text = theme.dark ? RGB(240, 240, 240) : GetSysColor(COLOR_WINDOWTEXT);
@@ -52,14 +60,7 @@ COLORREF stateColor(const Theme& theme, State state) {
   }
 }
 
-void paintFrame(HWND window, const Theme& theme) {
-  // DWMWA_USE_IMMERSIVE_DARK_MODE; systems that do not know it refuse.
-  constexpr DWORD kDarkFrame = 20;
-  const BOOL dark = theme.dark ? TRUE : FALSE;
-  (void)DwmSetWindowAttribute(window, kDarkFrame, &dark, sizeof(dark));
-}
-
-void paintControl(HWND control, const Theme& theme) {
+void dressControl(HWND control, const Theme& theme) {
   (void)SetWindowTheme(control, theme.dark ? L"DarkMode_Explorer" : L"Explorer", nullptr);
 }
 

@@ -24,17 +24,15 @@ struct Theme {
   UniqueDrawing groundBrush = {};
 };
 
-/// Reads it anew.
-[[nodiscard]] Theme readTheme();
+/// Reads it anew and makes the window's frame dark or light. Where Windows has no dark frames,
+/// everything is light.
+[[nodiscard]] Theme dressFrame(HWND window);
 
 /// The colour of a state's word; the plain one where colours say nothing more.
 [[nodiscard]] COLORREF stateColor(const Theme& theme, State state);
 
-/// Makes the frame of a window dark or light.
-void paintFrame(HWND window, const Theme& theme);
-
-/// The same for a control: Windows' own dark look, where it has one.
-void paintControl(HWND control, const Theme& theme);
+/// Gives a control Windows' own dark look, where it has one, or its light one.
+void dressControl(HWND control, const Theme& theme);
 
 struct MessageFont {
   UniqueDrawing font = {};

@@ -63,7 +63,8 @@ class CheckWindow {
   bool handleKey(const MSG& message);
 
   // Building
-  HWND add(const wchar_t* type, int id, DWORD style, const char* text);
+  HWND add(const wchar_t* type, int id, DWORD style, const std::string& text);
+  void name(const std::string& text);
   void create();
   void prepareFindings();
   void prepareRuns();
@@ -165,11 +166,14 @@ void setColumnWidth(HWND list, int column, int width) {
 
 // Building ---------------------------------------------------------------------------------
 
-HWND CheckWindow::add(const wchar_t* type, int id, DWORD style, const char* text) {
+HWND CheckWindow::add(const wchar_t* type, int id, DWORD style, const std::string& text) {
   return CreateWindowExW(0, type, utf8ToWide(text).c_str(), WS_CHILD | WS_VISIBLE | style, 0, 0, 0,
                          0, window_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
                          GetModuleHandleW(nullptr), nullptr);
 }
+
+/// What screen readers call the control that is added next: a label without a size.
+void CheckWindow::name(const std::string& text) { (void)add(L"STATIC", 0, SS_NOPREFIX, text); }
 
 void CheckWindow::create() {
   constexpr DWORD kPush = BS_PUSHBUTTON | WS_TABSTOP;
@@ -182,8 +186,11 @@ void CheckWindow::create() {
                         pageLabel(page, language_));
   }
   summary_ = add(L"STATIC", kSummaryId, SS_NOPREFIX | SS_ENDELLIPSIS | WS_GROUP, "");
-  findings_ = add(WC_LISTVIEWW, kFindingsId, kRows, pageLabel(Page::before, language_));
-  runs_ = add(WC_LISTVIEWW, kRunsId, kRows, pageLabel(Page::runs, language_));
+  name(plainLabel(pageLabel(Page::before, language_)));
+  findings_ = add(WC_LISTVIEWW, kFindingsId, kRows, "");
+  name(plainLabel(pageLabel(Page::runs, language_)));
+  runs_ = add(WC_LISTVIEWW, kRunsId, kRows, "");
+  name(detailsLabel(language_));
   details_ = add(L"EDIT", kDetailsId,
                  ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_BORDER |
                      WS_TABSTOP | WS_GROUP,
@@ -248,12 +255,11 @@ int CheckWindow::textWidth(const std::string& text) const {
 
 /// Colours and font, as Windows has them now.
 void CheckWindow::dress() {
-  theme_ = readTheme();
+  theme_ = dressFrame(window_);
   MessageFont font = messageFont(dpi_);
-  paintFrame(window_, theme_);
   for (HWND child = GetWindow(window_, GW_CHILD); child != nullptr;
        child = GetWindow(child, GW_HWNDNEXT)) {
-    paintControl(child, theme_);
+    dressControl(child, theme_);
     (void)SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(font.font.get()), FALSE);
   }
   font_ = std::move(font.font);
@@ -372,7 +378,9 @@ LRESULT CheckWindow::drawRow(NMLVCUSTOMDRAW& draw) const {
                           .c_str(),
                       -1, &draw.rcText, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
       return CDRF_SKIPDEFAULT;
-    case CDDS_ITEMPREPAINT: return CDRF_NOTIFYSUBITEMDRAW;
+    case CDDS_ITEMPREPAINT:
+      // The selected row's ground is the list's own choice, and so are its letters.
+      return draw.nmcd.dwItemSpec == state_.finding ? CDRF_DODEFAULT : CDRF_NOTIFYSUBITEMDRAW;
     case CDDS_ITEMPREPAINT | CDDS_SUBITEM: break;
     default: return CDRF_DODEFAULT;
   }
@@ -708,7 +716,8 @@ LRESULT CheckWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_SETTINGCHANGE:
     case WM_SYSCOLORCHANGE: dress(); return 0;
     case WM_ACTIVATE:
-      if (LOWORD(wParam) == WA_INACTIVE) focus_ = GetFocus();
+      // A window that is being minimised has no focus any more.
+      if (LOWORD(wParam) == WA_INACTIVE && GetFocus() != nullptr) focus_ = GetFocus();
       break;
     case WM_SETFOCUS: (void)SetFocus(focus_); return 0;
     case DM_GETDEFID:
@@ -734,7 +743,8 @@ LRESULT CALLBACK CheckWindow::procedure(HWND window, UINT message, WPARAM wParam
 
 void CheckWindow::run() {
   const UniqueCom com(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
-  const INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_LISTVIEW_CLASSES | ICC_STANDARD_CLASSES};
+  const INITCOMMONCONTROLSEX controls = {sizeof(controls),
+                                         ICC_LISTVIEW_CLASSES | ICC_STANDARD_CLASSES};
   (void)InitCommonControlsEx(&controls);
   const HINSTANCE program = GetModuleHandleW(nullptr);
   WNDCLASSW type = {};
