@@ -284,6 +284,50 @@ TEST_F(CheckWindow, itsDllsAreWindowsOwn) {
   EXPECT_TRUE(hasControls);
 }
 
+/// Sets Windows to light or dark programs, until it goes out of scope.
+class AppMode {
+ public:
+  AppMode() {
+    had_ = RegGetValueW(HKEY_CURRENT_USER, kKey, kName, RRF_RT_REG_DWORD, nullptr, &before_,
+                        &bytes_) == ERROR_SUCCESS;
+  }
+  ~AppMode() {
+    if (had_) {
+      set(before_);
+    } else {
+      RegDeleteKeyValueW(HKEY_CURRENT_USER, kKey, kName);
+    }
+  }
+  AppMode(const AppMode&) = delete;
+  AppMode& operator=(const AppMode&) = delete;
+
+  void set(DWORD light) {
+    EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, kKey, kName, REG_DWORD, &light, sizeof light),
+              ERROR_SUCCESS);
+  }
+
+ private:
+  static constexpr wchar_t kKey[] =
+      L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize";
+  static constexpr wchar_t kName[] = L"AppsUseLightTheme";
+  bool had_ = false;
+  DWORD before_ = 0;
+  DWORD bytes_ = sizeof before_;
+};
+
+TEST_F(CheckWindow, isDarkWhenWindowsIsAlsoWhileItIsOpen) {
+  AppMode mode;
+  mode.set(0);
+  CheckWindowDriver check = open();
+  const auto ground = [&check] {
+    return static_cast<COLORREF>(SendMessageW(check.control(kFindings), LVM_GETBKCOLOR, 0, 0));
+  };
+  EXPECT_LT(GetGValue(ground()), 64);
+  mode.set(1);
+  SendMessageW(check.window(), WM_SETTINGCHANGE, 0, 0);
+  EXPECT_EQ(ground(), GetSysColor(COLOR_WINDOW));
+}
+
 TEST_F(CheckWindow, growsWithTheScreensResolution) {
   CheckWindowDriver check = open();
   ASSERT_TRUE(check.waitForAnswers());
