@@ -11,5 +11,6 @@ void measureSubmission();       ///< from the game's end to the submission's fir
 void measureMemory();           ///< the most memory of a whole run
 void measureUnchangedPackage(); ///< a mod package of 10,000 files that is all there
 void measureQueue();            ///< 500 queued results
+void measureCheck();            ///< start of the companion until its window is there
 
 }  // namespace bench

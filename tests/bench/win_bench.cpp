@@ -18,7 +18,7 @@ constexpr Measure kMeasures[] = {
     {L"start", bench::measureStart},           {L"run", bench::measureFullRun},
     {L"playing", bench::measurePlaying},       {L"submission", bench::measureSubmission},
     {L"memory", bench::measureMemory},         {L"package", bench::measureUnchangedPackage},
-    {L"queue", bench::measureQueue},
+    {L"queue", bench::measureQueue},           {L"check", bench::measureCheck},
 };
 
 bool isWanted(const wchar_t* name, int count, wchar_t** arguments) {
