@@ -107,6 +107,14 @@ void dryRun(World& world) { world.dryrun = true; }
 const char kUsualSteam[] = "C:\\Program Files (x86)\\Steam";
 const char kFirstTime[] = "C:\\kov\\data\\profile_opened.flag";
 
+/// --upload of a run with this last split, and a timer that has this time.
+void uploadWithLastSplit(Scene& scene, const std::string& split, const std::string& time) {
+  scene.machine.files.put(
+      scene.receipt(), "{\"i\":0,\"map\":\"ENDING:true\",\"t\":" + split + ",\"total\":5.0}");
+  scene.machine.timerListens = true;
+  answerAfterTheRun(scene, "getfinaltime", time);
+}
+
 const char kUsualTimer[] = "C:\\Program Files\\LiveSplit\\LiveSplit.exe";
 const char kOtherUsualTimer[] = "C:\\Program Files (x86)\\LiveSplit\\LiveSplit.exe";
 
@@ -133,6 +141,8 @@ std::vector<OddMachine> oddMachines() {
       {"no timer setting", [](World& w) { w.timer = Timer::none; }},
       {"timer without splits setting", [](World&) {},
        [](Scene& s) { changeIni(s, "livesplit_lss=", "lss="); }},
+      {"splits setting without timer", [](World& w) { w.timer = Timer::none; },
+       [](Scene& s) { changeIni(s, "player=", "livesplit_lss=C:\\kov\\ls\\race.lss\r\nplayer="); }},
       {"timer in the first usual place", [](World& w) { w.timer = Timer::missing; },
        [](Scene& s) {
          s.machine.files.put(kUsualTimer, "MZ");
@@ -183,6 +193,18 @@ std::vector<OddMachine> oddMachines() {
          s.machine.files.put(s.receipt(), "{\"i\":0,\"map\":\"ENDING:true\"}");
          s.machine.timerListens = true;
          answerAfterTheRun(s, "getfinaltime", "00:12:33.0600000");
+       }},
+      {"last split within the first second",
+       [](World& w) { w.argument = "--upload"; w.oldReceipt = true; },
+       [](Scene& s) { uploadWithLastSplit(s, "0.5", "00:12:34.5000000"); }},
+      {"run on nightmare", [](World&) {},
+       [](Scene& s) {
+         s.world.result = replaced(receiptOf(kRun), "\"normal\"", "\"nightmare\"");
+       }},
+      {"receipt with longer keys before its own", [](World&) {},
+       [](Scene& s) {
+         s.world.result = replaced(receiptOf(kRun), "\"seed\"",
+                                   "\"endings\":1,\"totals\":2,\"statuses\":3,\"seed\"");
        }},
       {"no ending map and a timer that has not ended",
        [](World& w) { w.argument = "--upload"; w.timer = Timer::none; },
@@ -247,6 +269,11 @@ std::vector<OddMachine> oddMachines() {
        }},
       {"queue with a difficulty of its own and none in the settings",
        [](World& w) { w.queued = true; w.difficulty = ""; }},
+      {"queue without a difficulty and one in the settings",
+       [](World& w) { w.queued = true; w.difficulty = "nightmare"; },
+       [](Scene& s) {
+         change(s, s.data() + "\\pending\\p_20261114_201502.json", ",\"difficulty\":\"normal\"", "");
+       }},
       {"queue with a folder and what is no entry", [](World& w) { w.queued = true; },
        [](Scene& s) {
          s.machine.files.makeFolder(s.data() + "\\pending\\folder.json");
@@ -279,6 +306,8 @@ std::vector<OddMachine> oddMachines() {
       {"package folder missing", [](World& w) { w.mod = Mod::noPackage; },
        [](Scene& s) { changeIni(s, "player=", "install_from=C:\\nowhere\r\nplayer="); }},
       {"mod to be copied", [](World& w) { w.mod = Mod::missing; }},
+      {"package with a folder that may not be read", [](World&) {},
+       [](Scene& s) { s.machine.files.makeFolder(s.world.root + "\\pkg\\locked").denied = true; }},
       {"mod files of another size", [](World&) {},
        [](Scene& s) { s.machine.files.put(s.gameFolder() + "\\dwmapi.dll", "old"); }},
       {"mod incomplete", [](World& w) { w.mod = Mod::incomplete; }},
@@ -290,6 +319,7 @@ std::vector<OddMachine> oddMachines() {
          w.race = Race::unreachable;
        }},
       {"profile without token", [](World& w) { w.argument = "--profile"; }},
+      {"profile with token", [](World& w) { w.argument = "--profile"; w.savedToken = true; }},
       {"detect without account", [](World& w) {
          w.argument = "--detect";
          w.steam = Steam::noAccount;

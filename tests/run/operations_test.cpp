@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "server/pending_queue.h"
 #include "steam/game_launch.h"
 #include "steam/mod_install.h"
 #include "tests/machine/machine.h"
@@ -46,6 +47,36 @@ TEST(ModInstall, treeThatIsNoneMakesNoFolder) {
   copyTree("C:\\gone", "C:\\target");
   EXPECT_TRUE(machine.files.below("C:\\target").empty());
   EXPECT_EQ(machine.logged, Lines{});
+}
+
+/// "path|sendable|accepted|reply" of each.
+Lines shown(const std::vector<Resent>& results) {
+  Lines lines;
+  for (const Resent& result : results) {
+    lines.push_back(result.path + "|" + (result.sendable ? "sendable" : "no run") + "|" +
+                    (result.accepted ? "accepted" : "kept") + "|" + result.reply);
+  }
+  return lines;
+}
+
+TEST(PendingQueue, saysWhatBecameOfEachRun) {
+  machine::Machine machine;
+  machine.files.put("C:\\data\\pending\\a.json", "{\"seed\":1}");
+  machine.files.put("C:\\data\\pending\\b.json", "no run");
+  machine.files.put("C:\\data\\pending\\c.json", "{\"seed\":3}");
+  machine.servers["race.example:80"] = [](machine::Machine&, const machine::Request& request) {
+    const bool first = request.body.find("\"seed\":1") != std::string::npos;
+    return machine::Reply{.body = first ? "{\"accepted\":true}" : "{\"accepted\":false}"};
+  };
+  Settings settings;
+  settings.data = "C:\\data";
+  settings.server = "http://race.example";
+  std::vector<Resent> results;
+  flushPending(settings, &results);
+  EXPECT_EQ(shown(results), (Lines{"C:\\data\\pending\\a.json|sendable|accepted|{\"accepted\":true}",
+                                   "C:\\data\\pending\\b.json|no run|kept|",
+                                   "C:\\data\\pending\\c.json|sendable|kept|{\"accepted\":false}"}));
+  EXPECT_FALSE(machine.files.bytesOf("C:\\data\\pending\\a.json").has_value());
 }
 
 }  // namespace
