@@ -85,6 +85,7 @@ struct FileSystem::Place {
 };
 
 FileSystem::FileSystem() { addDrive('C'); }
+FileSystem::~FileSystem() = default;
 
 void FileSystem::addDrive(char letter) {
   const Units root = {static_cast<char16_t>(letter), u':', u'\\'};
@@ -95,11 +96,20 @@ void FileSystem::setFull(char letter, bool full) {
   full_[static_cast<char16_t>(letter)] = full;
 }
 
-void FileSystem::setCurrentFolder(std::string_view path) { current_ = fromUtf8(path); }
+void FileSystem::setCurrentFolder(std::string_view path) {
+  current_ = fromUtf8(path);
+  places_.clear();
+}
 
-std::optional<FileSystem::Place> FileSystem::place(const Units& asked) const {
+const FileSystem::Place* FileSystem::place(const Units& asked) const {
+  const auto [known, isNew] = places_.try_emplace(asked);
+  if (isNew) known->second = findPlace(asked);
+  return known->second.get();
+}
+
+std::unique_ptr<FileSystem::Place> FileSystem::findPlace(const Units& asked) const {
   const Units path = asked.substr(0, asked.find(u'\0'));
-  if (path.empty() || path.starts_with(u"\\\\") || path.starts_with(u"//")) return std::nullopt;
+  if (path.empty() || path.starts_with(u"\\\\") || path.starts_with(u"//")) return nullptr;
   Place place;
   Units drive = current_.substr(0, 2);
   std::u16string_view rest = path;
@@ -115,8 +125,8 @@ std::optional<FileSystem::Place> FileSystem::place(const Units& asked) const {
   const std::vector<Units> parts = partsOf(whole);
   place.shown = drive;
   for (const Units& part : parts) {
-    if (part.size() > kLongestName) return std::nullopt;
-    if (std::any_of(part.begin(), part.end(), isInvalidUnit)) return std::nullopt;
+    if (part.size() > kLongestName) return nullptr;
+    if (std::any_of(part.begin(), part.end(), isInvalidUnit)) return nullptr;
     place.shown += u"\\" + part;
   }
   if (parts.empty()) {
@@ -126,13 +136,13 @@ std::optional<FileSystem::Place> FileSystem::place(const Units& asked) const {
     place.device = isDevice(place.name);
     place.mustBeFolder = isSlash(path.back());
   }
-  if (place.shown.size() > kLongestPath) return std::nullopt;
+  if (place.shown.size() > kLongestPath) return nullptr;
   place.key = upperCase(place.shown);
-  return place;
+  return std::make_unique<Place>(std::move(place));
 }
 
 std::optional<Units> FileSystem::fullPath(const Units& path) const {
-  const std::optional<Place> found = place(path);
+  const Place* found = place(path);
   if (!found) return std::nullopt;
   return found->shown;
 }
@@ -168,19 +178,19 @@ bool FileSystem::isFull(const Place& place) const {
 }
 
 bool FileSystem::exists(const Units& path) const {
-  const std::optional<Place> there = place(path);
-  return there && (there->device || find(*there) != nullptr);
+  const Place* there = place(path);
+  return there != nullptr && (there->device || find(*there) != nullptr);
 }
 
 std::optional<std::uint64_t> FileSystem::size(const Units& path) const {
-  const std::optional<Place> there = place(path);
+  const Place* there = place(path);
   const File* file = there ? find(*there) : nullptr;
   if (!file) return std::nullopt;
   return file->bytes.size();
 }
 
 FileError FileSystem::read(const Units& path, std::string& bytes) const {
-  const std::optional<Place> there = place(path);
+  const Place* there = place(path);
   if (!there) return FileError::invalidName;
   if (there->device) return there->key.ends_with(u"NUL") ? FileError::none : FileError::notFound;
   const File* file = find(*there);
@@ -192,7 +202,7 @@ FileError FileSystem::read(const Units& path, std::string& bytes) const {
 }
 
 FileError FileSystem::openForWriting(const Units& path, File*& file) {
-  const std::optional<Place> there = place(path);
+  const Place* there = place(path);
   if (!there) return FileError::invalidName;
   if (there->device) return there->key.ends_with(u"NUL") ? FileError::none : FileError::notFound;
   file = find(*there);
@@ -221,19 +231,20 @@ FileError FileSystem::append(const Units& path, std::string_view bytes) {
 }
 
 FileError FileSystem::createFolder(const Units& path) {
-  std::optional<Place> there = place(path);
-  if (!there || there->device) return FileError::invalidName;
-  there->mustBeFolder = false;
-  if (there->shown.size() > kLongestFolder) return FileError::invalidName;
-  if (find(*there)) return FileError::exists;
-  if (const FileError why = mayCreate(*there); why != FileError::none) return why;
-  if (isFull(*there)) return FileError::full;
-  files_[there->key] = File{.name = there->name, .isFolder = true};
+  const Place* asked = place(path);
+  if (!asked || asked->device) return FileError::invalidName;
+  Place there = *asked;
+  there.mustBeFolder = false;
+  if (there.shown.size() > kLongestFolder) return FileError::invalidName;
+  if (find(there)) return FileError::exists;
+  if (const FileError why = mayCreate(there); why != FileError::none) return why;
+  if (isFull(there)) return FileError::full;
+  files_[there.key] = File{.name = there.name, .isFolder = true};
   return FileError::none;
 }
 
 FileError FileSystem::removeFile(const Units& path) {
-  const std::optional<Place> there = place(path);
+  const Place* there = place(path);
   if (!there || there->device) return FileError::invalidName;
   const File* file = find(*there);
   if (!file) return whyMissing(*there);
@@ -246,8 +257,8 @@ FileError FileSystem::removeFile(const Units& path) {
 FileError FileSystem::copy(const Units& source, const Units& target) {
   std::string bytes;
   if (const FileError why = read(source, bytes); why != FileError::none) return why;
-  const std::optional<Place> from = place(source);
-  const std::optional<Place> to = place(target);
+  const Place* from = place(source);
+  const Place* to = place(target);
   if (!to || to->device) return FileError::invalidName;
   if (from->key == to->key) return FileError::shared;
   const bool readOnly = !from->device && find(*from)->readOnly;
@@ -266,8 +277,7 @@ FileError FileSystem::list(const Units& pattern, std::vector<ListedFile>& found)
   const Units asked = pattern.substr(0, pattern.find(u'\0'));
   const std::size_t last = asked.find_last_of(u"\\/");
   const Units wanted = upperCase(last == Units::npos ? asked : asked.substr(last + 1));
-  const std::optional<Place> folder =
-      place(last == Units::npos ? Units(u".") : asked.substr(0, last + 1));
+  const Place* folder = place(last == Units::npos ? Units(u".") : asked.substr(0, last + 1));
   if (!folder || wanted.empty()) return FileError::invalidName;
   const File* listed = find(*folder);
   if (!listed || !listed->isFolder) return FileError::noFolder;
@@ -289,7 +299,7 @@ FileError FileSystem::list(const Units& pattern, std::vector<ListedFile>& found)
 }
 
 File& FileSystem::make(std::string_view path, bool isFolder) {
-  const Place there = *place(fromUtf8(path));
+  const Place& there = *place(fromUtf8(path));
   for (std::size_t slash = there.key.find(u'\\', 3); slash != Units::npos;
        slash = there.key.find(u'\\', slash + 1)) {
     File& folder = files_[there.key.substr(0, slash)];
@@ -312,7 +322,7 @@ File& FileSystem::put(std::string_view path, std::string_view bytes) {
 }
 
 void FileSystem::remove(std::string_view path) {
-  const Place there = *place(fromUtf8(path));
+  const Place& there = *place(fromUtf8(path));
   files_.erase(there.key);
   const Units start = there.key + u"\\";
   auto file = files_.lower_bound(start);
@@ -320,12 +330,12 @@ void FileSystem::remove(std::string_view path) {
 }
 
 File* FileSystem::at(std::string_view path) {
-  const std::optional<Place> there = place(fromUtf8(path));
+  const Place* there = place(fromUtf8(path));
   return there ? find(*there) : nullptr;
 }
 
 const File* FileSystem::at(std::string_view path) const {
-  const std::optional<Place> there = place(fromUtf8(path));
+  const Place* there = place(fromUtf8(path));
   return there ? find(*there) : nullptr;
 }
 
@@ -337,7 +347,7 @@ std::optional<std::string> FileSystem::bytesOf(std::string_view path) const {
 
 std::map<std::string, std::string> FileSystem::below(std::string_view path) const {
   std::map<std::string, std::string> all;
-  const Place there = *place(fromUtf8(path));
+  const Place& there = *place(fromUtf8(path));
   const Units start = there.name.empty() ? there.key : there.key + u"\\";
   std::map<Units, std::string> shownFolders = {
       {start, toUtf8(there.name.empty() ? there.shown : there.shown + u"\\")}};

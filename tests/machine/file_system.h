@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "tests/machine/code_page.h"
@@ -56,6 +58,9 @@ class FileSystem {
  public:
   /// A machine with an empty drive C:, which is the current one.
   FileSystem();
+  ~FileSystem();
+  FileSystem(const FileSystem&) = delete;
+  FileSystem& operator=(const FileSystem&) = delete;
 
   // Setting up and looking, by paths in UTF-8. Folders on the way are made.
 
@@ -97,7 +102,9 @@ class FileSystem {
 
  private:
   struct Place;
-  [[nodiscard]] std::optional<Place> place(const Units& path) const;
+  /// Where a path leads; nullptr for one that can name no file.
+  [[nodiscard]] const Place* place(const Units& path) const;
+  [[nodiscard]] std::unique_ptr<Place> findPlace(const Units& path) const;
   [[nodiscard]] const File* find(const Place& place) const;
   [[nodiscard]] File* find(const Place& place);
   [[nodiscard]] FileError whyMissing(const Place& place) const;
@@ -109,6 +116,8 @@ class FileSystem {
   std::map<Units, File> files_;  ///< by path in upper case
   std::map<char16_t, bool> full_;
   Units current_ = u"C:\\";
+  /// What place() found, which depends on the text and the current folder alone.
+  mutable std::unordered_map<Units, std::unique_ptr<Place>> places_;
 };
 
 }  // namespace machine
