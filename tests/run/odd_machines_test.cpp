@@ -563,6 +563,12 @@ std::vector<OddMachine> oddWeeks() {
            return reply;
          });
        }},
+      {"server that goes away during the game",
+       [](World& w) {
+         w.race = Race::refuses;
+         w.queued = true;
+       },
+       [](Scene& s) { duringTheGame(s, [](machine::Machine& on) { on.servers.clear(); }); }},
       {"queue entry whose path is cut", [](World& w) { w.race = Race::unreachable; },
        [](Scene& s) {
          // 233 bytes: the entry's own path would have 264, and may have 259.
@@ -638,6 +644,20 @@ std::vector<OddMachine> oddGames() {
          s.machine.files.at(s.gameFolder() + "\\ue4ss\\UE4SS.dll")->sharing =
              machine::Sharing::nothing;
          s.machine.files.at("C:\\kov\\pkg" + deep)->sharing = machine::Sharing::nothing;
+       }},
+      {"folder in the place of a mod file", [](World&) {},
+       [](Scene& s) {
+         const std::string file = "\\ue4ss\\Mods\\KOVWeekly\\enabled.txt";
+         for (const std::string& folder : {s.gameFolder(), std::string("C:\\kov\\pkg")}) {
+           s.machine.files.remove(folder + file);
+         }
+         s.machine.files.makeFolder(s.gameFolder() + file);
+       }},
+      {"game path with other slashes", [](World&) {},
+       [](Scene& s) {
+         std::string game = s.gameExe();
+         std::replace(game.begin(), game.end(), '\\', '/');
+         changeIni(s, "player=", "game=" + game + "\r\nplayer=");
        }},
       {"mod level without a file to copy", [](World&) {},
        [](Scene& s) {
