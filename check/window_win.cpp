@@ -721,12 +721,12 @@ LRESULT CheckWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
       break;
     case WM_SETFOCUS: (void)SetFocus(focus_); return 0;
     case DM_GETDEFID:
-      // Enter presses the button that has the focus, else the first.
+      // Enter presses the button that has the focus, also after a click on it.
       if (SendMessageW(GetFocus(), WM_GETDLGCODE, 0, 0) &
           (DLGC_DEFPUSHBUTTON | DLGC_UNDEFPUSHBUTTON)) {
         return MAKELRESULT(GetDlgCtrlID(GetFocus()), DC_HASDEFID);
       }
-      return MAKELRESULT(kFirstId, DC_HASDEFID);
+      break;
     case kAnswerMessage: answered(worker_->takeAnswer(lParam)); return 0;
     case WM_CLOSE: close(); return 0;
     case WM_DESTROY: PostQuitMessage(0); return 0;
