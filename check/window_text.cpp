@@ -16,9 +16,9 @@ struct Word {
   Wording shown;
 };
 constexpr Word kWords[] = {
-    {"main", {"主线结局", "main"}},    {"arcade", {"街机结局", "arcade"}},
-    {"true", {"真结局", "true"}},      {"easy", {"简单", "easy"}},
-    {"normal", {"普通", "normal"}},    {"nightmare", {"噩梦", "nightmare"}},
+    {"main", {"主线结局", "main"}}, {"arcade", {"街机结局", "arcade"}},
+    {"true", {"真结局", "true"}},   {"easy", {"简单", "easy"}},
+    {"normal", {"普通", "normal"}}, {"nightmare", {"噩梦", "nightmare"}},
 };
 
 constexpr Wording kHelp = {
@@ -92,8 +92,8 @@ void viewFindings(const WindowState& state, Language language, View& view) {
   view.summary = verdict(state.findings, language);
   if (state.finding >= state.findings.size()) return;
   const Finding& row = state.findings[state.finding];
-  view.details = std::string(stateWord(row.state, language)) +
-                 say({"：", ": "}, language) + row.what;
+  view.details =
+      std::string(stateWord(row.state, language)) + say({"：", ": "}, language) + row.what;
   if (!row.todo.empty()) view.details += "\n" + row.todo;
   view.first.label = buttonLabel(row.button, language);
   view.first.enabled =
@@ -191,9 +191,8 @@ std::vector<std::string> runCells(const RunRow& run, Language language) {
 
 std::size_t firstFinding(const Findings& page) {
   for (const State state : {State::bad, State::worthKnowing}) {
-    const auto found = std::find_if(page.begin(), page.end(), [state](const Finding& row) {
-      return row.state == state;
-    });
+    const auto found = std::find_if(page.begin(), page.end(),
+                                    [state](const Finding& row) { return row.state == state; });
     if (found != page.end()) return static_cast<std::size_t>(found - page.begin());
   }
   return page.empty() ? kNoRow : 0;

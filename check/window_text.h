@@ -25,11 +25,11 @@ struct WindowState {
   Findings findings = {};
   std::size_t finding = kNoRow;  ///< the selected row of page 1
   RunRows runs = {};
-  std::size_t run = kNoRow;      ///< the selected row of page 2
-  int queued = 0;                ///< how many files of the queue can be sent
-  bool sending = false;          ///< the queue is being sent
-  bool closing = false;          ///< the player closed the window while it was
-  bool supportWanted = false;    ///< the support file is written after the last answer
+  std::size_t run = kNoRow;        ///< the selected row of page 2
+  int queued = 0;                  ///< how many files of the queue can be sent
+  bool sending = false;            ///< the queue is being sent
+  bool closing = false;            ///< the player closed the window while it was
+  bool supportWanted = false;      ///< the support file is written after the last answer
   std::string supportResult = {};  ///< what became of the last one
 };
 
@@ -41,10 +41,10 @@ struct ButtonView {
 
 /// What stands around the list.
 struct View {
-  std::string summary;   ///< one line above the list
-  std::string details;   ///< below it, or in its place; lines end with CR LF
-  ButtonView first;      ///< what the selected row asks for; on page 3 the support file
-  ButtonView second;     ///< page 2: sends the queue
+  std::string summary;  ///< one line above the list
+  std::string details;  ///< below it, or in its place; lines end with CR LF
+  ButtonView first;     ///< what the selected row asks for; on page 3 the support file
+  ButtonView second;    ///< page 2: sends the queue
 };
 
 [[nodiscard]] View viewOf(const WindowState& state, Language language);

@@ -106,7 +106,7 @@ class CheckWindow {
   unsigned round_ = 0;
   std::vector<Question> unasked_;
   bool sendNext_ = false;
-  bool chosen_ = false;    // the player selected a row of page 1
+  bool chosen_ = false;     // the player selected a row of page 1
   bool selecting_ = false;  // this program is selecting one
   bool grouped_ = false;
 
@@ -130,8 +130,8 @@ class CheckWindow {
 
 std::wstring windowText(HWND window) {
   std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)) + 1, L'\0');
-  text.resize(static_cast<std::size_t>(
-      GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
+  text.resize(
+      static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
   return text;
 }
 
@@ -191,10 +191,9 @@ void CheckWindow::create() {
   name(plainLabel(pageLabel(Page::runs, language_)));
   runs_ = add(WC_LISTVIEWW, kRunsId, kRows, "");
   name(detailsLabel(language_));
-  details_ = add(L"EDIT", kDetailsId,
-                 ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_BORDER |
-                     WS_TABSTOP | WS_GROUP,
-                 "");
+  details_ =
+      add(L"EDIT", kDetailsId,
+          ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_BORDER | WS_TABSTOP | WS_GROUP, "");
   first_ = add(L"BUTTON", kFirstId, kPush | WS_GROUP, "");
   second_ = add(L"BUTTON", kSecondId, kPush, "");
   again_ = add(L"BUTTON", kAgainId, kPush, againLabel(language_));
@@ -312,8 +311,7 @@ void CheckWindow::layOut() {
   (void)placeButton(again_, x, buttons, buttonHeight, true);
 
   const int bottom = buttons - gap;
-  const int detailsTop =
-      state_.page == Page::help ? y : bottom - kDetailLines * lineHeight_ - gap;
+  const int detailsTop = state_.page == Page::help ? y : bottom - kDetailLines * lineHeight_ - gap;
   for (const HWND rows : {findings_, runs_}) {
     (void)SetWindowPos(rows, nullptr, left, y, right - left, std::max(0, detailsTop - gap - y),
                        SWP_NOZORDER | SWP_NOACTIVATE);
@@ -331,8 +329,7 @@ void CheckWindow::layOut() {
 void CheckWindow::layOutColumns() {
   RECT room = {};
   (void)GetWindowRect(findings_, &room);
-  const int whole = room.right - room.left - 2 -
-                    GetSystemMetricsForDpi(SM_CXVSCROLL, dpi_);
+  const int whole = room.right - room.left - 2 - GetSystemMetricsForDpi(SM_CXVSCROLL, dpi_);
   const int padding = px(kCellPadding);
   int widest = 0;
   for (int state = 0; state <= static_cast<int>(State::unknown); ++state) {
@@ -355,8 +352,8 @@ void CheckWindow::layOutColumns() {
   for (int column = 0; column < last; ++column) {
     widest = 0;
     for (const RunRow& run : state_.runs) {
-      widest = std::max(widest,
-                        textWidth(runCells(run, language_)[static_cast<std::size_t>(column)]));
+      widest =
+          std::max(widest, textWidth(runCells(run, language_)[static_cast<std::size_t>(column)]));
     }
     setColumnWidth(runs_, column, widest == 0 ? 0 : widest + padding);
     taken += widest == 0 ? 0 : widest + padding;
@@ -373,10 +370,10 @@ LRESULT CheckWindow::drawRow(NMLVCUSTOMDRAW& draw) const {
         return CDRF_DODEFAULT;
       }
       (void)SetTextColor(draw.nmcd.hdc, theme_.text);
-      (void)DrawTextW(draw.nmcd.hdc,
-                      utf8ToWide(stageTitle(static_cast<Stage>(draw.nmcd.dwItemSpec), language_))
-                          .c_str(),
-                      -1, &draw.rcText, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
+      (void)DrawTextW(
+          draw.nmcd.hdc,
+          utf8ToWide(stageTitle(static_cast<Stage>(draw.nmcd.dwItemSpec), language_)).c_str(), -1,
+          &draw.rcText, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
       return CDRF_SKIPDEFAULT;
     case CDDS_ITEMPREPAINT:
       // The selected row's ground is the list's own choice, and so are its letters.
@@ -429,8 +426,8 @@ void CheckWindow::select(HWND rows, std::size_t row) {
 /// The rows that stay are not touched, so that the list neither scrolls nor speaks.
 void CheckWindow::showFindings(Findings findings) {
   const Difference difference = differenceOf(state_.findings, findings);
-  const std::size_t row = chosen_ ? sameFinding(state_.findings, state_.finding, findings)
-                                  : firstFinding(findings);
+  const std::size_t row =
+      chosen_ ? sameFinding(state_.findings, state_.finding, findings) : firstFinding(findings);
   state_.findings = std::move(findings);
   selecting_ = true;
   (void)SendMessageW(findings_, WM_SETREDRAW, FALSE, 0);
@@ -614,13 +611,12 @@ void CheckWindow::send() {
 
 void CheckWindow::writeSupport() {
   state_.supportWanted = false;
-  const std::string text = supportText(machine_, state_.findings, readRuns(machine_, language_),
-                                       language_);
+  const std::string text =
+      supportText(machine_, state_.findings, readRuns(machine_, language_), language_);
   std::wstring own = machine_.programFolderWide;
   own.resize(own.find_last_not_of(L'\\') + 1);
   ActionResult result;
-  for (const std::wstring& folder :
-       {own, ansiToWide(machine_.settings.data), documentsFolder()}) {
+  for (const std::wstring& folder : {own, ansiToWide(machine_.settings.data), documentsFolder()}) {
     if (folder.empty()) continue;
     const std::wstring file = folder + kSupportFile;
     result = writeSupportFile(file, text, language_);
@@ -754,8 +750,7 @@ void CheckWindow::run() {
   type.hCursor = LoadCursorW(nullptr, IDC_ARROW);
   type.lpszClassName = kClass;
   (void)RegisterClassW(&type);
-  window_ = CreateWindowExW(WS_EX_CONTROLPARENT, kClass,
-                            utf8ToWide(windowTitle(language_)).c_str(),
+  window_ = CreateWindowExW(WS_EX_CONTROLPARENT, kClass, utf8ToWide(windowTitle(language_)).c_str(),
                             WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT, CW_USEDEFAULT,
                             CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, program, nullptr);
   if (window_ == nullptr) return;

@@ -44,8 +44,8 @@ inline bool waitUntil(const std::function<bool()>& condition, unsigned limitMs =
 inline std::string textOfWindow(HWND window) {
   const auto units = static_cast<std::size_t>(SendMessageW(window, WM_GETTEXTLENGTH, 0, 0));
   std::wstring text(units + 1, L'\0');
-  text.resize(static_cast<std::size_t>(SendMessageW(window, WM_GETTEXT, text.size(),
-                                                    reinterpret_cast<LPARAM>(text.data()))));
+  text.resize(static_cast<std::size_t>(
+      SendMessageW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
   return stage::toUtf8(text);
 }
 
@@ -129,9 +129,8 @@ class CheckWindowDriver {
   [[nodiscard]] std::vector<std::wstring> modules() const {
     std::vector<HMODULE> handles(256);
     DWORD bytes = 0;
-    EXPECT_TRUE(K32EnumProcessModules(process_, handles.data(),
-                                      static_cast<DWORD>(handles.size() * sizeof(HMODULE)),
-                                      &bytes));
+    EXPECT_TRUE(K32EnumProcessModules(
+        process_, handles.data(), static_cast<DWORD>(handles.size() * sizeof(HMODULE)), &bytes));
     handles.resize(bytes / sizeof(HMODULE));
     std::vector<std::wstring> paths;
     for (const HMODULE handle : handles) {

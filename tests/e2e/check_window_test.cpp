@@ -28,7 +28,8 @@ class CheckWindowTest : public ::testing::Test {
 
   [[nodiscard]] stage::RunOptions options() const {
     stage::RunOptions options;
-    options.environment = {{"LOCALAPPDATA", textOf(machine.local())}, {"TEMP", "C:\\windows\\temp"},
+    options.environment = {{"LOCALAPPDATA", textOf(machine.local())},
+                           {"TEMP", "C:\\windows\\temp"},
                            {"TMP", "C:\\windows\\temp"}};
     return options;
   }
@@ -267,8 +268,8 @@ TEST_F(CheckWindow, theSupportFileIsWrittenWhereItCanBe) {
 }
 
 TEST_F(CheckWindow, itsDllsAreWindowsOwn) {
-  for (const char* name : {"comctl32.dll", "comdlg32.dll", "dwmapi.dll", "gdi32.dll", "uxtheme.dll",
-                           "user32.dll"}) {
+  for (const char* name :
+       {"comctl32.dll", "comdlg32.dll", "dwmapi.dll", "gdi32.dll", "uxtheme.dll", "user32.dll"}) {
     stage::writeFile(machine.app() / name, "planted");
   }
   CheckWindowDriver check = open();

@@ -125,7 +125,8 @@ TEST(CheckWindowText, everyLineEndIsThatOfAnEditControl) {
   for (const Page page : kPages) {
     for (const Language language : {kEnglish, kChinese}) {
       const std::string text = viewOf({.page = page}, language).details;
-      for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1)) {
+      for (std::size_t at = text.find('\n'); at != std::string::npos;
+           at = text.find('\n', at + 1)) {
         ASSERT_GT(at, 0U);
         EXPECT_EQ(text[at - 1], '\r');
         EXPECT_TRUE(at < 2 || text[at - 2] != '\r') << text;
@@ -209,8 +210,8 @@ TEST(CheckWindowText, noTwoButtonsOfAPageShareALetter) {
     for (const Page page : kPages) pages += pageLabel(page, language);
     for (const Page page : kPages) {
       const View view = viewOf({.page = page}, language);
-      const std::string all = pages + view.first.label + view.second.label +
-                              againLabel(language) + closeLabel(language);
+      const std::string all = pages + view.first.label + view.second.label + againLabel(language) +
+                              closeLabel(language);
       std::string letters;
       for (std::size_t at = all.find('&'); at != std::string::npos; at = all.find('&', at + 1)) {
         EXPECT_EQ(letters.find(all[at + 1]), std::string::npos) << all;

@@ -49,12 +49,14 @@ void putDownRuns(const stage::Stage& machine) {
       machine.log(),
       archived("20250301_214502") + archived("20250302_203015") +
           "upload response: {\"accepted\":true,\"rank\":3,\"points\":120}\r\n"
-          "stage: upload done (ok=1)\r\n" + kDone +
-          archived("20250303_190144") + "stage: run not finished, nothing queued\r\n"
-          "stage: upload done (ok=0)\r\n" + kDone +
-          archived("20250303_194821") +
+          "stage: upload done (ok=1)\r\n" +
+          kDone + archived("20250303_190144") +
+          "stage: run not finished, nothing queued\r\n"
+          "stage: upload done (ok=0)\r\n" +
+          kDone + archived("20250303_194821") +
           "upload response: {\"accepted\":false,\"error\":\"week window closed\"}\r\n"
-          "pending saved: S:\\p_20250303_194822.json\r\nstage: upload done (ok=0)\r\n" + kDone);
+          "pending saved: S:\\p_20250303_194822.json\r\nstage: upload done (ok=0)\r\n" +
+          kDone);
 }
 
 /// True when the rows stay as they are for a while: every question was answered.
