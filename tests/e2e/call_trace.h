@@ -166,6 +166,9 @@ inline std::string lineOf(const stage::Event& event, const stage::Stage& machine
   return maskStamps(maskNumbers(std::move(line)));
 }
 
+/// A line of the log as such a line.
+inline std::string logged(const std::string& line) { return "log " + line; }
+
 /// What the launcher and those that it waits for did, in order. The others come up when they
 /// come up.
 inline Lines linesInStep(const stage::Stage& machine) {

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <windows.h>
-
 #include <string>
 #include <string_view>
 #include <utility>
@@ -11,28 +9,23 @@
 #include "rehearsal/stage/stage.h"
 #include "tests/e2e/support.h"
 
-/// What the tests of the full run's stages share: short full runs, and their whole logs put
-/// together from the parts that a test is about.
+/// The one fixture of the end-to-end tests: a machine, a race server, the settings, and whole logs
+/// put together from the parts that a test is about.
 namespace e2e {
-
-inline constexpr char kChooser[] =
-    "difficulty chooser skipped (in-game difficulty is authoritative)";
-inline constexpr char kNoTimer[] = "livesplit probe failed (server not started?)";
 
 /// The lines of a full run that differ from test to test; the others are always the same.
 /// By default: a run without server, timer, package and receipt.
 struct RunLog {
-  Lines token = {};    ///< after the start line
+  Lines token = {};  ///< after the start line
   Lines install = {};
-  std::string player = "steam persona not found, using ini player: runner";
-  Lines early = {};    ///< LiveSplit, before the line about the chooser
-  Lines timer = {};    ///< LiveSplit, after that line
-  Lines weekly = {"no server configured, using cached data"};
+  std::string player = std::string(kPlayerOfTheSettings) + "runner";
+  Lines early = {};  ///< LiveSplit, before the line about the chooser
+  Lines timer = {};  ///< LiveSplit, after that line
+  Lines weekly = {kCachedWeek};
   Lines flush = {};
   Lines receipt = {};  ///< empty: none was found
-  Lines upload = {kNoTimer, "no server configured, upload skipped"};
-  Lines result = {"stage: run not finished, nothing queued", "stage: upload done (ok=0)",
-                  "result card: kind=none ok=0"};
+  Lines upload = {kNoProbe, kNoUpload};
+  Lines result = {kNotQueued, kNotDelivered, kCardNone};
 };
 
 /// The lines of six weekly files that the stage's server sent.
@@ -55,29 +48,30 @@ inline Lines weeklyUnreachable(const Lines& seed = {}) {
                   "board.tsv: server unreachable, using cached copy"}});
 }
 
-/// A file that some program holds open until this goes out of scope: others may do with it
-/// what `share` (FILE_SHARE_READ, ...) says.
-class HeldFile {
- public:
-  HeldFile(const std::filesystem::path& file, DWORD share)
-      : handle_(CreateFileW(file.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0,
-                            nullptr)) {
-    EXPECT_NE(handle_, INVALID_HANDLE_VALUE);
-  }
-  ~HeldFile() { CloseHandle(handle_); }
-  HeldFile(const HeldFile&) = delete;
-  HeldFile& operator=(const HeldFile&) = delete;
+/// The upload's lines of stage::finishedRun() without a timer, up to the server's reply.
+inline Lines judged() { return {kNoProbe, kNoPhase, kEndingMain, kReceiptTime, kNormal}; }
+inline Lines judged(const std::string& reply) {
+  return joined({judged(), {"upload response: " + reply}});
+}
 
- private:
-  HANDLE handle_;
-};
+/// The whole log of an --upload run: these lines between those of the mode.
+inline Lines uploadLog(const Lines& lines, bool accepted) {
+  return joined({{kStartLine, kUploadMode}, lines, {accepted ? kUploadModeOk : kUploadModeFailed}});
+}
 
-/// A launcher that finds the game already running, which ends as soon as the launcher waits
-/// for it: every stage of a full run in about a second. No timer, no Steam, no receipt; the
-/// recording card shows the result.
+/// The body that a receipt with a difficulty of its own is submitted in, without Steam.
+inline std::string payload(std::string_view player, const std::string& receipt) {
+  return "{\"player\":\"" + std::string(player) + "\"," + receipt.substr(1);
+}
+
+/// A machine without Steam and timer, and a race server that accepts runs and hands out no login
+/// code, which the settings do not name. In a full run the launcher finds the game already running,
+/// which ends as soon as the launcher waits for it: every stage in about a second. The recording
+/// card shows the result.
 class FullRunTest : public ::testing::Test {
  protected:
   explicit FullRunTest(std::string_view stageName = "run") : machine(stageName) {
+    server.answer("POST", "/submit", stage::Reply::json(kAccepted));
     machine.installGame({.waitMs = 0, .untilEnded = true});
     machine.installCard();
     settings = {{"receipt", stage::textOf(machine.receipt())},
@@ -97,6 +91,8 @@ class FullRunTest : public ::testing::Test {
     }
     settings.emplace_back(key, value);
   }
+  /// The settings name the race server.
+  void withServer() { set("server", server.url()); }
 
   stage::LauncherRun start(stage::RunOptions options = {}) {
     machine.writeIni(settings);
@@ -118,6 +114,14 @@ class FullRunTest : public ::testing::Test {
     return finish(run);
   }
 
+  /// Runs `launcher.exe --upload` with the settings so far.
+  stage::RunResult upload() {
+    machine.writeIni(settings);
+    stage::RunResult run = machine.runLauncher("--upload", {.limitMs = 30000});
+    EXPECT_FALSE(run.hang);
+    return run;
+  }
+
   /// The whole log of a run, process ids and time stamps masked.
   [[nodiscard]] Lines wholeLog(const RunLog& parts) const {
     const Lines noReceipt = {"no receipt file found at " + stage::textOf(machine.receipt())};
@@ -129,22 +133,39 @@ class FullRunTest : public ::testing::Test {
                    {kChooser},
                    parts.timer,
                    parts.weekly,
-                   {"timer overlay: 0"},
+                   {kOverlayOff},
                    parts.flush,
-                   {"stage: launching game", "game running (pid #), waiting for exit...",
-                    "game exited", "stage: game closed (launch result=1), archiving receipt"},
+                   {kLaunching, kWaiting, kExited, kClosed},
                    parts.receipt.empty() ? noReceipt : parts.receipt,
-                   {"stage: uploading"},
+                   {kUploading},
                    parts.upload,
                    parts.result,
                    {kDoneLine}});
   }
 
-  /// The lines of a receipt's archive.
-  [[nodiscard]] Lines archived(const std::string& summary) const {
-    return {"receipt archived: " + stage::textOf(machine.data()) +
-                "\\receipts\\receipt_YYYYMMDD_hhmmss.json",
+  /// The lines of a receipt's archive below this data folder (the stage's own).
+  static Lines archived(const std::string& summary, const std::string& data) {
+    return {"receipt archived: " + data + "\\receipts\\receipt_YYYYMMDD_hhmmss.json",
             "receipt summary: " + summary};
+  }
+  [[nodiscard]] Lines archived(const std::string& summary) const {
+    return archived(summary, stage::textOf(machine.data()));
+  }
+
+  /// The last lines of a run that was not delivered: queued in this data folder (the stage's own).
+  static Lines queued(const std::string& data) {
+    return {kQueueing, "pending saved: " + data + "\\pending\\p_YYYYMMDD_hhmmss.json",
+            kNotDelivered, kCardFail};
+  }
+  [[nodiscard]] Lines queued() const { return queued(stage::textOf(machine.data())); }
+
+  /// The command lines of the cards that were started.
+  [[nodiscard]] Lines cards() const {
+    Lines all;
+    for (const stage::Event& event : machine.timeline().events("card", "start")) {
+      all.push_back(event.text);
+    }
+    return all;
   }
 
   /// The bodies of every request of this target, in their order.
@@ -155,18 +176,17 @@ class FullRunTest : public ::testing::Test {
     }
     return all;
   }
+  [[nodiscard]] Lines submissions() const { return bodies(server, "/submit"); }
 
   stage::Stage machine;
+  stage::RaceServer server;
   stage::Ini settings;
 };
 
-/// The upload's lines when there is a server but nothing to send.
-inline const Lines kNothingToUpload = {kNoTimer, "no receipt to upload",
-                                       "skip reported: no receipt file"};
-
-/// The archive's summary of stage::finishedRun(): the first "ending" in quotes of such a
-/// receipt is the value of its status.
-inline constexpr char kFinishedSummary[] =
-    "ending=[{\"i\":0 total=754.560 status=\"ending\"";
+/// Runs of --upload, which need neither Steam nor a game.
+class UploadTest : public FullRunTest {
+ protected:
+  UploadTest() : FullRunTest("up") { withServer(); }
+};
 
 }  // namespace e2e

@@ -19,7 +19,7 @@
 #include "rehearsal/stage/stage.h"
 #include "result/run_check.h"
 #include "server/server_text.h"
-#include "tests/e2e/support.h"
+#include "tests/e2e/full_run.h"
 #include "tests/source_tree.h"
 
 namespace e2e {
@@ -89,9 +89,10 @@ std::string asInTheGuide(const stage::Request& request) {
 }
 
 /// The standard machine. Its player has one run in the queue and plays the guide's receipt.
-class OrganiserGuide : public ::testing::Test {
+class OrganiserGuide : public FullRunTest {
  protected:
-  OrganiserGuide() {
+  OrganiserGuide() : FullRunTest("guide") {
+    server.clearAnswers();  // an organiser's own
     machine.putUpStandardMachine(server.url());
     machine.setGame(machine.playsRun(example("receipt")));
   }
@@ -109,25 +110,13 @@ class OrganiserGuide : public ::testing::Test {
     return run;
   }
 
-  [[nodiscard]] Lines submissions() const {
-    Lines bodies;
-    for (const stage::Request& request : server.requests("POST", "/submit")) {
-      bodies.push_back(request.body);
-    }
-    return bodies;
-  }
-
   /// The last command line of the card, after the program's path.
   [[nodiscard]] std::string cardArguments() const {
-    const std::vector<stage::Event> starts = machine.timeline().events("card", "start");
-    if (starts.empty()) return "(no card)";
-    const std::string& line = starts.back().text;
-    const std::size_t behindPath = line.find("\" ", 1);
-    return behindPath == std::string::npos ? line : line.substr(behindPath + 2);
+    const Lines all = cards();
+    if (all.empty()) return "(no card)";
+    const std::size_t afterPath = all.back().find("\" ", 1);
+    return afterPath == std::string::npos ? all.back() : all.back().substr(afterPath + 2);
   }
-
-  stage::Stage machine{"guide"};
-  stage::RaceServer server;
 };
 
 TEST_F(OrganiserGuide, acceptedRun) {

@@ -12,7 +12,7 @@
 
 #include "rehearsal/stage/process.h"
 #include "server/http.h"
-#include "tests/e2e/upload_run.h"
+#include "tests/e2e/full_run.h"
 #include "tests/unix_shell.h"
 
 namespace {

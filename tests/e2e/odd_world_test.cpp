@@ -16,7 +16,6 @@
 
 #include "rehearsal/stage/stage.h"
 #include "tests/e2e/full_run.h"
-#include "tests/e2e/upload_run.h"
 
 namespace e2e {
 namespace {
@@ -25,36 +24,15 @@ namespace fs = std::filesystem;
 using stage::Reply;
 using stage::textOf;
 
-constexpr char kRefusal[] = "{\"accepted\":false,\"error\":\"race is closed\"}";
-
 class OddWorld : public FullRunTest {
  protected:
   OddWorld() {
     server.answer("GET", "*", Reply::text("{\"rows\":[]}"));
-    server.answer("POST", "*", Reply::json(kAccepted));
-    set("server", server.url());
+    withServer();
   }
 
-  [[nodiscard]] Lines archives() const { return texts(machine.data() / "receipts"); }
-  [[nodiscard]] Lines queue() const { return texts(machine.data() / "pending"); }
-  static Lines texts(const fs::path& folder) {
-    Lines all;
-    for (const std::string& name : stage::listFolder(folder)) {
-      all.push_back(stage::readFile(folder / name).value_or("(none)"));
-    }
-    return all;
-  }
-  /// The lines of an upload of the finished run that was answered like this.
-  static Lines uploaded(const std::string& reply) {
-    return {kNoTimer,
-            kNoPhase,
-            "ending inferred from splits: main (map=ENDING:main t=754.56)",
-            kReceiptTime,
-            "difficulty from game (receipt): normal",
-            "upload response: " + reply};
-  }
-
-  stage::RaceServer server;
+  [[nodiscard]] Lines archives() const { return textsIn(machine.data() / "receipts"); }
+  [[nodiscard]] Lines queue() const { return textsIn(machine.data() / "pending"); }
   const std::string receipt_ = stage::finishedRun().text();
 };
 
@@ -127,7 +105,7 @@ TEST_F(OddWorld, twoLaunchersAtOnceEmptyTheQueue) {
   machine.endGame();
   EXPECT_EQ(one.wait().exitCode, 0U);
   EXPECT_EQ(two.wait().exitCode, 0U);
-  const Lines sent = bodies(server, "/submit");
+  const Lines sent = submissions();
   EXPECT_EQ(std::set<std::string>(sent.begin(), sent.end()), wanted);
   EXPECT_LE(sent.size(), 2 * wanted.size());
   EXPECT_EQ(queue(), Lines{});
@@ -161,26 +139,13 @@ TEST_F(OddWorld, twoUploadsAtOnceEachEndWithAVerdict) {
   const std::uint32_t second = two.wait().exitCode;
   EXPECT_EQ(std::min(first, second), 0U);
   EXPECT_TRUE(std::max(first, second) == 0U || std::max(first, second) == 2U);
-  const Lines sent = bodies(server, "/submit");
+  const Lines sent = submissions();
   EXPECT_GE(sent.size(), 1U);
   for (const std::string& body : sent) EXPECT_EQ(body, payload("runner", receipt_));
   EXPECT_FALSE(stage::pathExists(machine.receipt()));
 }
 
 // --- the game -------------------------------------------------------------------------------
-
-TEST_F(OddWorld, gameThatRunsAlreadyIsWatchedAndNothingIsStarted) {
-  machine.installSteam({.startsGame = false});
-  set("steam", textOf(machine.steamExe()));
-  machine.writeReceipt(receipt_);
-  EXPECT_EQ(maskedLog(play()),
-            wholeLog({.weekly = weeklyUpdated({}),
-                      .receipt = archived(kFinishedSummary),
-                      .upload = uploaded(kAccepted),
-                      .result = {"stage: upload done (ok=1)", "result card: kind=ok ok=1"}}));
-  EXPECT_EQ(machine.timeline().events("steam").size(), 0U);
-  EXPECT_EQ(machine.timeline().events("game", "start").size(), 1U);
-}
 
 // The first of the two processes is the one that is watched: the launcher takes the run for
 // over when it ends, while the second plays on. What that one leaves waits for the next start.
@@ -209,9 +174,9 @@ TEST_F(OddWorld, gameThatRestartsItselfIsJudgedTooEarlyAndItsRunSentByTheNextSta
   EXPECT_EQ(maskedLog(play()),
             wholeLog({.weekly = weeklyUpdated({}),
                       .receipt = archived(kFinishedSummary),
-                      .upload = uploaded(kAccepted),
-                      .result = {"stage: upload done (ok=1)", "result card: kind=ok ok=1"}}));
-  EXPECT_EQ(bodies(server, "/submit"), Lines{payload("runner", receipt_)});
+                      .upload = judged(kAccepted),
+                      .result = {kDelivered, kCardOk}}));
+  EXPECT_EQ(submissions(), Lines{payload("runner", receipt_)});
 }
 
 /// Takes every right to a process away from everybody, for the time of a test.
@@ -261,15 +226,15 @@ TEST_F(OddWorld, gameThatCannotBeOpenedIsNotWaitedFor) {
   Lines expected =
       wholeLog({.weekly = weeklyUpdated({}),
                 .receipt = archived(kFinishedSummary),
-                .upload = uploaded(kAccepted),
-                .result = {"stage: upload done (ok=1)", "result card: kind=ok ok=1"}});
-  std::erase(expected, "game exited");
+                .upload = judged(kAccepted),
+                .result = {kDelivered, kCardOk}});
+  std::erase(expected, kExited);
   std::replace(expected.begin(), expected.end(),
-               std::string("game running (pid #), waiting for exit..."),
+               std::string(kWaiting),
                std::string("cannot open game process (pid #)"));
   std::replace(expected.begin(), expected.end(),
-               std::string("stage: game closed (launch result=1), archiving receipt"),
-               std::string("stage: game closed (launch result=0), archiving receipt"));
+               std::string(kClosed),
+               std::string(kNotWatched));
   EXPECT_EQ(maskedLog(run), expected);
 }
 
@@ -318,9 +283,9 @@ TEST_F(OddWorld, filesFromAYearAheadAreTakenLikeAnyOther) {
             wholeLog({.weekly = weeklyUpdated({}),
                       .flush = {"pending flushed: 1"},
                       .receipt = archived(kFinishedSummary),
-                      .upload = uploaded(kAccepted),
-                      .result = {"stage: upload done (ok=1)", "result card: kind=ok ok=1"}}));
-  EXPECT_EQ(bodies(server, "/submit"),
+                      .upload = judged(kAccepted),
+                      .result = {kDelivered, kCardOk}}));
+  EXPECT_EQ(submissions(),
             (Lines{"{\"player\":\"runner\",\"difficulty\":\"normal\",\"from\":\"next year\"}",
                    payload("runner", receipt_)}));
   EXPECT_EQ(archives(), (Lines{receipt_, "next year's archive"}));
@@ -361,7 +326,7 @@ TEST_F(OddWorld, receiptThatIsReplacedMeanwhileIsSentAsOneOrTheOther) {
   stopping = true;
   writer.join();
   EXPECT_GE(replaced, kUploads);
-  const Lines sent = bodies(server, "/submit");
+  const Lines sent = submissions();
   const std::size_t missed = bodies(server, "/client/log").size();
   EXPECT_EQ(sent.size() + missed, static_cast<std::size_t>(kUploads));
   for (const std::string& body : sent) {

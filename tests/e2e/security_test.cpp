@@ -17,7 +17,6 @@
 #include "tests/e2e/full_run.h"
 #include "tests/e2e/libraries_of.h"
 #include "tests/e2e/stop_points.h"
-#include "tests/e2e/support.h"
 
 namespace e2e {
 namespace {
@@ -55,7 +54,7 @@ class HostileTexts : public FullRunTest {
     machine.setSteamPath();
     machine.writeLoginUsers({{.persona = "\t" + hostile + "'; ..\\..\\x"}});
     machine.installBrowser();
-    set("server", server.url());
+    withServer();
     set("data", stage::textOf(data));
     set("livesplit", stage::textOf(timerFolder / "LiveSplit.exe"));
     set("site", "http://127.0.0.1:9/" + hostile);
@@ -87,7 +86,6 @@ class HostileTexts : public FullRunTest {
   fs::path data;
   fs::path timerFolder;
   stage::TimerServer timer;
-  stage::RaceServer server;
 };
 
 TEST_F(HostileTexts, acceptedRun) {
@@ -108,17 +106,16 @@ TEST_F(HostileTexts, acceptedRun) {
   const stage::RunResult run = play();
 
   RunLog log = hostileLog();
-  log.receipt = {"receipt archived: " + stage::textOf(data) +
-                     "\\receipts\\receipt_YYYYMMDD_hhmmss.json",
-                 "receipt summary: ending=\"" + f + "\" total=" + total + " status=\"" + f + "\""};
-  log.upload = {kNoTimer,
+  log.receipt = archived("ending=\"" + f + "\" total=" + total + " status=\"" + f + "\"",
+                         stage::textOf(data));
+  log.upload = {kNoProbe,
                 "livesplit phase: " + f,
                 "ending inferred from splits: main (map=ENDING:" + f + " t=754.56)",
-                "livesplit time unavailable, using receipt time",
+                kReceiptTime,
                 "profile token saved",
-                "opened profile page (first time)",
+                kPageOpened,
                 "upload response: " + reply};
-  log.result = {"stage: upload done (ok=1)", "result card: kind=ok ok=1"};
+  log.result = {kDelivered, kCardOk};
   EXPECT_EQ(maskedLog(run), wholeLog(log));
 
   EXPECT_EQ(bodies(server, "/submit"),
@@ -164,18 +161,14 @@ TEST_F(HostileTexts, refusedRun) {
   const stage::RunResult run = play();
 
   RunLog log = hostileLog();
-  log.receipt = {"receipt archived: " + stage::textOf(data) +
-                     "\\receipts\\receipt_YYYYMMDD_hhmmss.json",
-                 std::string("receipt summary: ") + kFinishedSummary};
-  log.upload = {kNoTimer,
+  log.receipt = archived(kFinishedSummary, stage::textOf(data));
+  log.upload = {kNoProbe,
                 "livesplit phase: " + std::string(kFormat),
-                "ending inferred from splits: main (map=ENDING:main t=754.56)",
-                "livesplit time unavailable, using receipt time",
-                "difficulty from game (receipt): normal",
+                kEndingMain,
+                kReceiptTime,
+                kNormal,
                 "upload response: " + reply};
-  log.result = {"stage: upload failed, saving pending",
-                "pending saved: " + stage::textOf(data) + "\\pending\\p_YYYYMMDD_hhmmss.json",
-                "stage: upload done (ok=0)", "result card: kind=fail ok=0"};
+  log.result = queued(stage::textOf(data));
   EXPECT_EQ(maskedLog(run), wholeLog(log));
 
   Lines arguments = argumentsOf(machine.timeline().events("card", "start").back().text);
@@ -184,27 +177,6 @@ TEST_F(HostileTexts, refusedRun) {
                    "--total", "754.560", "--difficulty", "normal", "--ending", "main", "--rank",
                    "0", "--points", "0", "--msg",
                    error + ". Result saved locally - it will retry next launch."}));
-}
-
-TEST_F(HostileTexts, settings) {
-  const std::string f = kFormat;
-  machine.writeRawLibraryFolders("\"path\"\t\t\"" + f + "\\\\..\\\\x\"");
-  machine.writeIni({{"receipt", f + "r"},
-                    {"data", f + "d"},
-                    {"steam", f + "s"},
-                    {"game", f + "g"},
-                    {"livesplit", f + "l"},
-                    {"install_from", f + "i"},
-                    {"dryrun", "1"}});
-  machine.setSteamPath(f + "/root");
-  const stage::RunResult run = machine.runLauncher();
-  EXPECT_EQ(run.exitCode, 0U);
-  EXPECT_EQ(run.logLines(),
-            (Lines{kStartLine, "steam detected: " + f + "\\root\\steam.exe",
-                   "game not found in any steam library", "DRYRUN steam=" + f + "\\root\\steam.exe",
-                   "DRYRUN game=" + f + "g", "DRYRUN receipt=" + f + "r", "DRYRUN data=" + f + "d",
-                   "DRYRUN livesplit=" + f + "l", "DRYRUN install_from=" + f + "i",
-                   "DRYRUN steam_id= persona="}));
 }
 
 // ---- planted libraries -----------------------------------------------------------------------
@@ -258,12 +230,13 @@ class PlantedLibraries : public FullRunTest {
   PlantedLibraries() : FullRunTest("plant") {
     SetEnvironmentVariableW(L"LOCALAPPDATA", machine.local().c_str());
     machine.endPrograms();
+    server.clearAnswers();  // hands out a login code, whose page is opened
     fs::remove(machine.app() / "kov_result.exe");  // the launcher alone is looked at here
     plant();
     machine.setSteamPath();
     machine.writeLoginUsers();
     machine.installBrowser();
-    set("server", server.url());
+    withServer();
     machine.writeReceipt(stage::finishedRun().text());
     machine.writeIni(settings);
   }
@@ -307,7 +280,6 @@ class PlantedLibraries : public FullRunTest {
   }
 
   std::size_t planted = 0;
-  stage::RaceServer server;
   StoppedRun result;
   std::set<std::string> everLoaded;  ///< names
 };
@@ -330,7 +302,7 @@ TEST_F(PlantedLibraries, uploadModeLoadsNoneOfThem) {
   for (const char* name : {"winhttp.dll", "ws2_32.dll", "advapi32.dll", "shell32.dll"}) {
     EXPECT_TRUE(everLoaded.contains(name)) << name;  // the real ones
   }
-  EXPECT_EQ(linesOf(machine.logBytes()).back(), "upload-only result: ok");
+  EXPECT_EQ(linesOf(machine.logBytes()).back(), kUploadModeOk);
 }
 
 TEST_F(PlantedLibraries, fullRunLoadsNoneOfThem) {

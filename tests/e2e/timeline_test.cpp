@@ -7,6 +7,7 @@
 namespace {
 
 using e2e::Lines;
+using e2e::logged;
 using stage::textOf;
 
 /// The weekly files of a server with one result on its board.
@@ -81,11 +82,10 @@ class TimelineTest : public testing::Test {
 TEST_F(TimelineTest, theHappyRunFromTheOutside) {
   ASSERT_EQ(play(), 0U);
   const std::string receipt = run_.text();
-  std::string config = stage::liveSplitSettings({"@\\ls\\halvorn.lsl", "@\\ls\\halvorn.lsl"},
-                                                "@\\ls\\race.lss");
+  std::string config =
+      stage::liveSplitSettings({"@\\ls\\halvorn.lsl", "@\\ls\\halvorn.lsl"}, "@\\ls\\race.lss");
   config.resize(config.size() - 2);  // its last line end
-  const std::string accepted =
-      R"({"accepted":true,"rank":1,"points":100,"token":"kq7-4821"})";
+  const std::string accepted = R"({"accepted":true,"rank":1,"points":100,"token":"kq7-4821"})";
   const std::string steam = R"("@\steam\steam.exe" -applaunch 1943950)";
   const std::string timer = R"("@\ls\LiveSplit.exe" "@\ls\race.lss")";
   const std::string page = "https://kov-race.example/profile?token=kq7-4821";
@@ -98,26 +98,26 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
   EXPECT_EQ(
       e2e::asText(e2e::linesInStep(machine_)),
       e2e::asText({
-          "log === KOV launcher start (build 2026-10-28 13:45) ===",
+          logged(e2e::kStartLine),
           R"(log steam detected: @\steam\steam.exe)",
           R"(log game detected: GAME\Backrooms-Win64-Shipping.exe)",
-          "log installing mod files from package...",
+          logged(e2e::kInstalling),
           R"(launcher write GAME\dwmapi.dll MZ: a library of the race mod)",
           "log installed 1 files into GAME",
-          "log mod install verified OK (4/4 files)",
+          logged(e2e::kModVerified),
           "log steam persona detected: 竞速玩家",
           R"(launcher folder @\data\receipts)",
           // LiveSplit
           R"(launcher write @\ls\settings.cfg )" + config,
           R"(log livesplit layout path fixed to @\ls\halvorn.lsl)",
           "launcher start " + timer + R"( in @\app\)",
-          "log livesplit started early (before chooser)",
-          "log difficulty chooser skipped (in-game difficulty is authoritative)",
-          "log livesplit already running (pid #), not opening another",
+          logged(e2e::kTimerStartedEarly),
+          logged(e2e::kChooser),
+          logged(e2e::kTimerRuns),
           "timer connect 1",
           "timer command getcurrenttimerphase",
           "timer reply NotRunning",
-          "log livesplit tcp server reachable (phase=NotRunning)",
+          logged(e2e::kTimerReachable),
           // The week
           "server request GET /week/current",
           R"(server reply 200 {"seed":20261147})",
@@ -157,20 +157,20 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
           "log pending flushed: 1",
           // The game
           R"(launcher write @\data\launch.state launching)",
-          "log stage: launching game",
+          logged(e2e::kLaunching),
           "launcher start " + steam + R"( in @\app\)",
-          "log steam started with -applaunch 1943950",
-          "log game running (pid #), waiting for exit...",
+          logged(e2e::kSteamStarted),
+          logged(e2e::kWaiting),
           R"(launcher write @\data\launch.state playing)",
           "game exit 0",
-          "log game exited",
-          "log stage: game closed (launch result=1), archiving receipt",
+          logged(e2e::kExited),
+          logged(e2e::kClosed),
           R"(launcher write @\data\receipts\receipt_YYYYMMDD_hhmmss.json )" + receipt,
           R"(log receipt archived: @\data\receipts\receipt_YYYYMMDD_hhmmss.json)",
-          R"(log receipt summary: ending=[{"i":0 total=754.560 status="ending")",
+          logged(std::string("receipt summary: ") + e2e::kFinishedSummary),
           // The upload
           R"(launcher write @\data\launch.state uploading)",
-          "log stage: uploading",
+          logged(e2e::kUploading),
           R"(launcher write @\data\upload.state uploading)",
           "launcher start " + progressCard + R"( in @\app\)",
           "timer connect 2",
@@ -181,7 +181,7 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
           "timer command getcurrenttimerphase",
           "timer reply Ended",
           "log livesplit phase: Ended",
-          "log ending inferred from splits: main (map=ENDING:main t=754.56)",
+          logged(e2e::kEndingMain),
           "timer connect 4",
           "timer command getfinaltime",
           "timer reply 00:12:34.6000000",
@@ -190,7 +190,7 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
           "timer command getfinaltime",
           "timer reply 00:12:34.6000000",
           "log livesplit time used: 754.60 (receipt said 754.560)",
-          "log difficulty from game (receipt): normal",
+          logged(e2e::kNormal),
           R"(server request POST /submit {"player":"竞速玩家","playerId":"76561198000000001",)" +
               stage::replaceAll(receipt.substr(1), "754.560,\"d", "754.60,\"d"),
           "server reply 200 " + accepted,
@@ -198,18 +198,18 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
           "log profile token saved",
           R"(launcher start "@\bin\browser.exe" ")" + page + R"(" in @\app\)",
           R"(launcher write @\data\profile_opened.flag 1)",
-          "log opened profile page (first time)",
+          logged(e2e::kPageOpened),
           "log upload response: " + accepted,
           R"(launcher delete @\receipt.json)",
           R"(launcher write @\data\upload.state done)",
           "card exit 0",
-          "log stage: upload done (ok=1)",
+          logged(e2e::kDelivered),
           // The result
-          "log result card: kind=ok ok=1",
+          logged(e2e::kCardOk),
           "launcher start " + resultCard + R"( in @\app\)",
           "card exit 0",
           R"(launcher write @\data\launch.state done)",
-          "log === KOV launcher done ===",
+          logged(e2e::kDoneLine),
           "launcher exit 0",
       }));
 
@@ -224,26 +224,34 @@ TEST_F(TimelineTest, theHappyRunFromTheOutside) {
                                "CloseHandle LiveSplit.exe process"};
   const Lines cardLeft = {"CloseHandle kov_result.exe thread",
                           "CloseHandle kov_result.exe process"};
-  EXPECT_EQ(e2e::asText(calls_),
-            e2e::asText(e2e::joined({
-                start(timer), liveSplitLeft,
-                e2e::callsOfTimer("getcurrenttimerphase"),
-                e2e::callsOfHttp("GET /week/current"), e2e::callsOfHttp("GET /leaderboard"),
-                e2e::callsOfHttp("GET /board-data"), e2e::callsOfHttp("GET /board-en"),
-                e2e::callsOfHttp("GET /leaderboard.txt"),
-                e2e::callsOfHttp("GET /leaderboard.tsv"), e2e::callsOfHttp("POST /submit"),
-                start(steamAsFound), steamLeft,
-                {"Sleep 500", "OpenProcess 0x100000, inherits 0",
-                 "WaitForSingleObject opened process without limit",
-                 "CloseHandle opened process", "GetLocalTime"},
-                start(progressCard),
-                e2e::callsOfTimer("getfinaltime"), e2e::callsOfTimer("getcurrenttimerphase"),
-                e2e::callsOfTimer("getfinaltime"), e2e::callsOfTimer("getfinaltime"),
-                e2e::callsOfHttp("POST /submit"),
-                {"WaitForSingleObject kov_result.exe process 4000"}, cardLeft,
-                start(resultCard),
-                {"WaitForSingleObject kov_result.exe process 15000"}, cardLeft,
-            })));
+  EXPECT_EQ(e2e::asText(calls_), e2e::asText(e2e::joined({
+                                     start(timer),
+                                     liveSplitLeft,
+                                     e2e::callsOfTimer("getcurrenttimerphase"),
+                                     e2e::callsOfHttp("GET /week/current"),
+                                     e2e::callsOfHttp("GET /leaderboard"),
+                                     e2e::callsOfHttp("GET /board-data"),
+                                     e2e::callsOfHttp("GET /board-en"),
+                                     e2e::callsOfHttp("GET /leaderboard.txt"),
+                                     e2e::callsOfHttp("GET /leaderboard.tsv"),
+                                     e2e::callsOfHttp("POST /submit"),
+                                     start(steamAsFound),
+                                     steamLeft,
+                                     {"Sleep 500", "OpenProcess 0x100000, inherits 0",
+                                      "WaitForSingleObject opened process without limit",
+                                      "CloseHandle opened process", "GetLocalTime"},
+                                     start(progressCard),
+                                     e2e::callsOfTimer("getfinaltime"),
+                                     e2e::callsOfTimer("getcurrenttimerphase"),
+                                     e2e::callsOfTimer("getfinaltime"),
+                                     e2e::callsOfTimer("getfinaltime"),
+                                     e2e::callsOfHttp("POST /submit"),
+                                     {"WaitForSingleObject kov_result.exe process 4000"},
+                                     cardLeft,
+                                     start(resultCard),
+                                     {"WaitForSingleObject kov_result.exe process 15000"},
+                                     cardLeft,
+                                 })));
 
   // And each of the programs as it saw itself.
   ASSERT_TRUE(machine_.timeline().waitFor("browser", "open"));

@@ -1,5 +1,5 @@
-// A timer whose answers are broken: what each of the four looks at it (probe, phase,
-// cross-check, time choice) makes of them, and that the run is delivered all the same.
+// LiveSplit's answers as they come over a real connection, through the whole program: in pieces,
+// cut, reset, late. Each look at the timer is one connection.
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "rehearsal/stage/stage.h"
-#include "tests/e2e/upload_run.h"
+#include "tests/e2e/full_run.h"
 
 namespace e2e {
 namespace {
@@ -26,56 +26,47 @@ struct TimerFault {
 
 void PrintTo(const TimerFault& fault, std::ostream* out) { *out << fault.name; }
 
-std::string noise() {
-  std::string bytes;
-  for (unsigned i = 1; i <= 200; ++i) bytes += static_cast<char>(0x80U | (i * 37U));
-  return bytes;
-}
-
 std::vector<TimerFault> timerFaults() {
   return {
-      {"closesOnEachCommand", TimerReply::close(), "(none)"},
       {"resetsOnEachCommand", TimerReply::reset(), "(none)"},
       // The first segment is the whole reply: 12 s out of "00:12:34.56", and no more.
-      {"replyInTwoSegments", TimerReply::inTwoSegments("00:12:", "34.5600000\n", 50), "00:12:",
-       "12.00", "-742.56"},
+      {"replyInTwoSegments", TimerReply::inTwoSegments("00:12:", "34.5600000\n", 50),
+       "00:12:", "12.00", "-742.56"},
       // The rest of one reply is taken for the next command's.
       {"replyCutBeforeItsColon", TimerReply::inTwoSegments("0", "0:12:34.5600000\n", 50), "0",
        "754.56", "0.00"},
       {"replyOf2000Bytes", TimerReply::raw("00:12:34.57" + std::string(2000 - 11, '0')),
        "00:12:34.57" + std::string(500, '0'), "754.57", "0.01"},
-      {"garbageOf2000Bytes", TimerReply::raw(std::string(2000, 'x')), std::string(511, 'x')},
-      {"noLineEnd", TimerReply::raw("00:12:34.5600000"), "00:12:34.5600000", "754.56", "0.00"},
-      {"lineEndAlone", TimerReply::raw("\n"), "(none)"},
-      {"binaryNoise", TimerReply::raw(noise()), noise()},
   };
 }
 
-class TimerFaults : public UploadTest, public ::testing::WithParamInterface<TimerFault> {
+class TimerTest : public UploadTest {
  protected:
-  static Lines answeredLog(const TimerFault& fault) {
-    const bool read = !fault.time.empty();
+  TimerTest() { machine.writeReceipt(stage::finishedRun().text()); }
+
+  /// The log of a delivered run that read this time, or none.
+  static Lines deliveredLog(const std::string& phase, const std::string& time,
+                            const std::string& diff) {
+    const bool read = !time.empty();
     Lines crossCheck;
     if (read) {
-      crossCheck.push_back("cross-check: livesplit=" + fault.time +
-                           " lastSplit=754.56 diff=" + fault.diff);
+      crossCheck.push_back("cross-check: livesplit=" + time + " lastSplit=754.56 diff=" + diff);
     }
-    if (fault.diff.starts_with("-")) {
+    if (diff.starts_with("-")) {
       crossCheck.push_back(
           "WARN: livesplit stopped before last split (likely early stop, review manually)");
     }
     return uploadLog(
-        joined({{read ? "livesplit probe ok: " + fault.time : kNoProbe,
-                 "livesplit phase: " + fault.phase,
-                 "ending inferred from splits: main (map=ENDING:main t=754.56)"},
+        joined({{read ? "livesplit probe ok: " + time : kNoProbe, "livesplit phase: " + phase,
+                 kEndingMain},
                 crossCheck,
-                {read ? "livesplit time used: " + fault.time + " (receipt said 754.560)"
-                      : kReceiptTime,
-                 "difficulty from game (receipt): normal",
-                 std::string("upload response: ") + kAccepted}}),
+                {read ? "livesplit time used: " + time + " (receipt said 754.560)" : kReceiptTime,
+                 kNormal, std::string("upload response: ") + kAccepted}}),
         true);
   }
 };
+
+class TimerFaults : public TimerTest, public ::testing::WithParamInterface<TimerFault> {};
 
 TEST_P(TimerFaults, runIsDelivered) {
   const TimerFault& fault = GetParam();
@@ -84,10 +75,9 @@ TEST_P(TimerFaults, runIsDelivered) {
        {"getfinaltime", "getlastsplittime", "getcurrenttime", "getcurrenttimerphase"}) {
     timer.reply(command, std::vector<TimerReply>{fault.reply});
   }
-  machine.writeReceipt(stage::finishedRun().text());
   const stage::RunResult run = upload();
   EXPECT_EQ(run.exitCode, 0U);
-  EXPECT_EQ(run.logLines(), answeredLog(fault));
+  EXPECT_EQ(run.logLines(), deliveredLog(fault.phase, fault.time, fault.diff));
   EXPECT_EQ(timer.connections(), 4U);
   ASSERT_EQ(submissions().size(), 1U);
 }
@@ -95,60 +85,31 @@ TEST_P(TimerFaults, runIsDelivered) {
 INSTANTIATE_TEST_SUITE_P(Each, TimerFaults, ::testing::ValuesIn(timerFaults()),
                          [](const auto& each) { return std::string(each.param.name); });
 
-class TimerOddBytes : public UploadTest {
- protected:
-  /// A timer that answers every time command with these bytes, and the phase with those.
-  void answer(const std::string& time, const std::string& phase) {
-    for (const char* command : {"getfinaltime", "getlastsplittime", "getcurrenttime"}) {
-      timer.reply(command, std::vector<TimerReply>{TimerReply::raw(time)});
-    }
-    timer.reply("getcurrenttimerphase", std::vector<TimerReply>{TimerReply::raw(phase)});
-  }
+// LiveSplit opens the splits of its own settings, not those of launcher.ini: with a best in
+// them, a timer that was not ended submits that best.
+TEST_F(TimerTest, bestOfTheSplitsThatLiveSplitOpenedIsReadAsTheRunsTime) {
+  machine.installLiveSplit({.phase = "Running", .currentTime = 760.0});
+  const std::filesystem::path other = machine.liveSplitFolder() / "other.lss";
+  stage::writeFile(other, stage::splitsFile("01:23:45.6780000"));
+  stage::writeFile(machine.liveSplitFolder() / "settings.cfg",
+                   stage::liveSplitSettings({}, stage::textOf(other)));
+  machine.startLiveSplit();
+  EXPECT_EQ(upload().logLines(), deliveredLog("Running", "5025.68", "4271.12"));
+  machine.endLiveSplit();
+}
 
+class TimerTestLong : public TimerTest {};
+
+// There is no time-out: however long the timer thinks, its answer is waited for.
+TEST_F(TimerTestLong, answerAfterTwentySecondsStillCounts) {
   stage::TimerServer timer;
-};
-
-// A time ends at a NUL, and so does what the log shows; but a phase with a NUL after it is
-// not the phase "Ended" any more.
-TEST_F(TimerOddBytes, nulBytesEndATimeAndSpoilAPhase) {
-  answer(std::string("00:12:34.56\0" "99\n", 15), std::string("Ended\0\n", 7));
-  machine.writeModResult("{\"status\":\"x\",\"ending\":\"main\",\"map\":\"Level 0\",\"t\":5}");
+  timer.replyEnded(754.6);
+  TimerReply late = TimerReply::line("00:12:34.6000000");
+  late.delayMs = 20000;
+  timer.reply("getfinaltime", {late, TimerReply::line("00:12:34.6000000")});
   const stage::RunResult run = upload();
-  EXPECT_EQ(run.exitCode, 2U);
-  EXPECT_EQ(run.logLines(),
-            uploadLog({"livesplit probe ok: 754.56", kUsingModResult, "livesplit phase: Ended",
-                       "run not finished, upload skipped (no ending map in splits)",
-                       "skip reported: run not finished (no ending map)"},
-                      false));
-}
-
-TEST_F(TimerOddBytes, replyThatBeginsWithANulIsEmptyInTheLogAndNoTime) {
-  answer(std::string("\0" "00:12:34.56\n", 13), std::string("\0Ended\n", 7));
-  machine.writeReceipt(stage::finishedRun().text());
-  const stage::RunResult run = upload();
-  EXPECT_EQ(run.exitCode, 0U);
-  EXPECT_EQ(run.logLines(),
-            uploadLog({kNoProbe, "livesplit phase: ",
-                       "ending inferred from splits: main (map=ENDING:main t=754.56)",
-                       kReceiptTime, "difficulty from game (receipt): normal",
-                       std::string("upload response: ") + kAccepted},
-                      true));
-}
-
-// A timer that goes away between two looks.
-TEST_F(TimerOddBytes, timerThatEndsAfterTheProbeIsLikeNone) {
-  timer.reply("getfinaltime", std::vector<TimerReply>{TimerReply::line("00:12:34.6000000"),
-                                                      TimerReply::close()});
-  timer.reply("getcurrenttimerphase", std::vector<TimerReply>{TimerReply::close()});
-  machine.writeReceipt(stage::finishedRun().text());
-  const stage::RunResult run = upload();
-  EXPECT_EQ(run.exitCode, 0U);
-  EXPECT_EQ(run.logLines(),
-            uploadLog({"livesplit probe ok: 754.60", kNoPhase,
-                       "ending inferred from splits: main (map=ENDING:main t=754.56)",
-                       kReceiptTime, "difficulty from game (receipt): normal",
-                       std::string("upload response: ") + kAccepted},
-                      true));
+  EXPECT_EQ(run.logLines(), deliveredLog("Ended", "754.60", "0.04"));
+  EXPECT_GE(run.elapsedMs, 20000U);
 }
 
 }  // namespace

@@ -19,7 +19,7 @@
 #include "rehearsal/stage/message_boxes.h"
 #include "tests/e2e/debugged_run.h"
 #include "tests/e2e/libraries_of.h"
-#include "tests/e2e/upload_run.h"
+#include "tests/e2e/full_run.h"
 
 namespace e2e {
 namespace {

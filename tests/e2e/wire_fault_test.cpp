@@ -12,14 +12,11 @@
 
 #include "rehearsal/stage/stage.h"
 #include "tests/e2e/full_run.h"
-#include "tests/e2e/upload_run.h"
 
 namespace e2e {
 namespace {
 
 using stage::Reply;
-
-constexpr char kUnreachable[] = "upload failed (server unreachable), saved to pending queue";
 
 /// One way in which every request is answered.
 struct Fault {
@@ -57,8 +54,6 @@ std::string inChunks(const std::string& body) {
 }
 
 const std::string kYes = "{\"accepted\":true,\"rank\":3}";
-const std::string kRefusal = "{\"accepted\":false,\"error\":\"race is closed\"}";
-
 /// An answer that breaks off within its first 8,192 bytes. Windows' read then fails as a whole, so
 /// that a verdict in it is lost too; below Wine what had arrived counts.
 Fault brokenOff(const char* name, Reply reply, std::string arrived, bool accepts = false) {
@@ -66,47 +61,31 @@ Fault brokenOff(const char* name, Reply reply, std::string arrived, bool accepts
   return {name, std::move(reply), std::move(arrived), accepts};
 }
 
-/// The faults that every kind of run is put to.
-std::vector<Fault> commonFaults() {
+/// One of each kind; the client alone meets them all: tests/win/wire_fault_test.cpp.
+std::vector<Fault> uploadFaults() {
   return {
       {"closed", Reply::closeConnection(), std::nullopt},
       {"reset", Reply::resetConnection(), std::nullopt},
       {"notHttp", raw("SSH-2.0-OpenSSH_9.2\r\n"), std::nullopt},
-      brokenOff("cutBeforeItsVerdict", raw(withLength(40, "{\"accepted\":")), "{\"accepted\":"),
-      brokenOff("brokenChunk",
-                raw(inChunks("7\r\n{\"accep\r\nzz\r\nted\":true}\r\n0\r\n\r\n")), "{\"accep"),
-      {"emptyBody", Reply::text(""), ""},
-      {"unauthorized", Reply::text("who are you", 401), "who are you"},
-      {"serverError", Reply::text("<h1>500</h1>", 500), "<h1>500</h1>"},
-  };
-}
-
-std::vector<Fault> uploadFaults() {
-  std::vector<Fault> all = commonFaults();
-  const std::vector<Fault> more = {
-      {"closedWithinTheStatusLine", raw("HTTP/1."), std::nullopt},
       {"tlsAlert", raw(std::string("\x15\x03\x01\x00\x02\x02\x46", 7)), std::nullopt},
-      {"closedBehindTheHeaders", raw(withLength(25, "")), ""},
+      brokenOff("cutBeforeItsVerdict", raw(withLength(40, "{\"accepted\":")), "{\"accepted\":"),
+      brokenOff("verdictInACutBody", raw(withLength(60, kYes)), kYes, true),
+      brokenOff("verdictInABrokenChunk", raw(inChunks("1a\r\n" + kYes + "\r\nzz\r\n")), kYes, true),
       {"noContent", withoutBody(204), ""},
-      {"notFound", Reply::text("<h1>404</h1>", 404), "<h1>404</h1>"},
-      {"refusalOf403", Reply::json(kRefusal, 403), kRefusal},
-      {"byteEvery200Ms",
-       Reply::slowly({withLength(5, ""), "s", "l", "o", "w", "!"}, 200), "slow!"},
+      // The verdict counts wherever it stands: the status and the rest of the body do not.
+      {"verdictWithAnErrorStatus", Reply::json(kYes, 500), kYes, true},
+      {"byteEvery200Ms", Reply::slowly({withLength(5, ""), "s", "l", "o", "w", "!"}, 200), "slow!"},
       {"headersOf64Kilobytes",
        withHeader(withHeader(Reply::json(kRefusal), "X-One", std::string(32000, 'h')), "X-Two",
                   std::string(32000, 'h')),
        kRefusal},
-      // The verdict counts wherever it stands: the status, the rest of the body and what lies
-      // between do not.
-      {"verdictWithAnErrorStatus", Reply::json(kYes, 500), kYes, true},
-      brokenOff("verdictInACutBody", raw(withLength(60, kYes)), kYes, true),
-      brokenOff("verdictInABrokenChunk", raw(inChunks("1a\r\n" + kYes + "\r\nzz\r\n")), kYes, true),
-      {"verdictBehindANul", Reply::json(std::string("{\"a\":\"\0\",", 9) + kYes.substr(1)),
+      {"verdictAfterANul", Reply::json(std::string("{\"a\":\"\0\",", 9) + kYes.substr(1)),
        "{\"a\":\"", true},
   };
-  all.insert(all.end(), more.begin(), more.end());
-  return all;
 }
+
+/// The upload's lines when no answer came.
+Lines unanswered() { return joined({judged(), {kUnreachable}}); }
 
 // --- the run is sent again by hand ----------------------------------------------------------
 
@@ -121,11 +100,7 @@ TEST_P(WireFaultUpload, keepsTheRunUnlessItIsAccepted) {
   const stage::RunResult run = upload();
   EXPECT_EQ(run.exitCode, fault.accepted ? 0U : 2U);
   EXPECT_EQ(run.logLines(),
-            uploadLog({kNoProbe, kNoPhase,
-                       "ending inferred from splits: main (map=ENDING:main t=754.56)",
-                       kReceiptTime, "difficulty from game (receipt): normal",
-                       fault.logged ? "upload response: " + *fault.logged : kUnreachable},
-                      fault.accepted));
+            uploadLog(fault.logged ? judged(*fault.logged) : unanswered(), fault.accepted));
   EXPECT_EQ(submissions(), Lines{payload("runner", receipt)});
   EXPECT_EQ(stage::readFile(machine.receipt()),
             fault.accepted ? std::nullopt : std::optional(receipt));
@@ -153,34 +128,39 @@ TEST_F(WireFaultReply, of50MegabytesIsLoggedWhole) {
 // --- a whole run ----------------------------------------------------------------------------
 
 /// A machine with a run of the last time in its queue, whose game leaves a finished one.
-class WireFaultRun : public FullRunTest, public ::testing::WithParamInterface<Fault> {
+class WireFaultRun : public FullRunTest {
  protected:
   WireFaultRun() {
     stage::writeFile(machine.data() / "pending" / kOldEntry, kOld);
     machine.writeReceipt(receipt_);
   }
 
-  [[nodiscard]] Lines queue() const {
-    Lines texts;
-    for (const std::string& name : stage::listFolder(machine.data() / "pending")) {
-      texts.push_back(stage::readFile(machine.data() / "pending" / name).value_or("(none)"));
-    }
-    return texts;
+  [[nodiscard]] Lines queue() const { return textsIn(machine.data() / "pending"); }
+  /// The whole log of a run that no reply helped; nothing: there was none.
+  [[nodiscard]] Lines logOf(const std::optional<std::string>& reply) const {
+    return wholeLog({.weekly = reply ? weeklyUpdated({}) : weeklyUnreachable(),
+                     .flush = {"pending flushed: 0"},
+                     .receipt = archived(kFinishedSummary),
+                     .upload = reply ? judged(*reply) : unanswered(),
+                     .result = queued()});
   }
-  [[nodiscard]] Lines logOf(const Fault& fault) const {
-    const Lines weekly = fault.logged ? weeklyUpdated({}) : weeklyUnreachable();
-    return wholeLog(
-        {.weekly = weekly,
-         .flush = {"pending flushed: 0"},
-         .receipt = archived(kFinishedSummary),
-         .upload = {kNoTimer, kNoPhase,
-                    "ending inferred from splits: main (map=ENDING:main t=754.56)", kReceiptTime,
-                    "difficulty from game (receipt): normal",
-                    fault.logged ? "upload response: " + *fault.logged : kUnreachable},
-         .result = {"stage: upload failed, saving pending",
-                    "pending saved: " + stage::textOf(machine.data()) +
-                        "\\pending\\p_YYYYMMDD_hhmmss.json",
-                    "stage: upload done (ok=0)", "result card: kind=fail ok=0"}});
+  /// A run against this server, and the next one against one that is well again.
+  void expectNothingLost(stage::RaceServer& broken, const std::optional<std::string>& reply) {
+    set("server", broken.url());
+    EXPECT_EQ(maskedLog(play()), logOf(reply));
+    EXPECT_EQ(queue(), (Lines{kOld, receipt_}));
+    EXPECT_EQ(stage::readFile(machine.receipt()), receipt_);
+    EXPECT_EQ(stage::listFolder(machine.data() / "receipts").size(), 1U);
+    for (const char* name : {"week.json", "board.tsv"}) {
+      EXPECT_EQ(machine.dataFile(name).has_value(), reply.has_value()) << name;
+    }
+    // The next start, with a game that leaves nothing new.
+    std::filesystem::remove(machine.receipt());
+    withServer();
+    EXPECT_TRUE(play().hasLogLine("pending flushed: 2"));
+    const std::string members = "{\"player\":\"runner\",\"difficulty\":\"normal\",";
+    EXPECT_EQ(submissions(), (Lines{members + kOld.substr(1), members + receipt_.substr(1)}));
+    EXPECT_EQ(queue(), Lines{});
   }
 
   static constexpr char kOldEntry[] = "p_20261114_210000.json";
@@ -188,68 +168,79 @@ class WireFaultRun : public FullRunTest, public ::testing::WithParamInterface<Fa
   const std::string receipt_ = stage::finishedRun().text();
 };
 
-TEST_P(WireFaultRun, losesNoRunAndDeliversBothLater) {
-  const Fault& fault = GetParam();
+TEST_F(WireFaultRun, aServerThatResetsEachConnectionLosesNothing) {
   stage::RaceServer broken;
-  broken.answer("*", "*", fault.reply);
-  set("server", broken.url());
-  EXPECT_EQ(maskedLog(play()), logOf(fault));
+  broken.answer("*", "*", Reply::resetConnection());
+  expectNothingLost(broken, std::nullopt);
   EXPECT_EQ(broken.requests().size(), 8U);
-  EXPECT_EQ(queue(), (Lines{kOld, receipt_}));
-  EXPECT_EQ(stage::readFile(machine.receipt()), receipt_);
-  EXPECT_EQ(stage::listFolder(machine.data() / "receipts").size(), 1U);
-  for (const char* name : {"week.json", "board.tsv"}) {
-    EXPECT_EQ(machine.dataFile(name).has_value(), fault.logged.has_value()) << name;
-  }
-
-  // The next start, with a server that is well again and a game that leaves nothing new.
-  std::filesystem::remove(machine.receipt());
-  stage::RaceServer well;
-  well.answer("POST", "/submit", Reply::json(kAccepted));
-  set("server", well.url());
-  const stage::RunResult next = play();
-  EXPECT_TRUE(next.hasLogLine("pending flushed: 2"));
-  const std::string members = "{\"player\":\"runner\",\"difficulty\":\"normal\",";
-  EXPECT_EQ(bodies(well, "/submit"),
-            (Lines{members + kOld.substr(1), members + receipt_.substr(1)}));
-  EXPECT_EQ(queue(), Lines{});
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, WireFaultRun, ::testing::ValuesIn(commonFaults()),
-                         [](const auto& each) { return std::string(each.param.name); });
+TEST_F(WireFaultRun, anErrorPageForEverythingLosesNothing) {
+  stage::RaceServer broken;
+  broken.answer("*", "*", Reply::text("<h1>500</h1>", 500));
+  expectNothingLost(broken, "<h1>500</h1>");
+}
 
-/// What a server sends that leads every request back to itself.
-class WireFaultLoop : public WireFaultRun {};
-
-TEST_F(WireFaultLoop, ofRedirectsIsLikeNoServer) {
+// What leads every request back to itself is like no server.
+TEST_F(WireFaultRun, aLoopOfRedirectsLosesNothing) {
   stage::RaceServer broken;
   const Reply round = Reply::text("round", 307);
   broken.answer("POST", "*", withHeader(round, "Location", broken.url() + "/submit"));
   broken.answer("GET", "*", withHeader(round, "Location", broken.url() + "/week/current"));
-  set("server", broken.url());
-  EXPECT_EQ(maskedLog(play()), logOf({"", round, std::nullopt}));
-  EXPECT_EQ(queue(), (Lines{kOld, receipt_}));
+  expectNothingLost(broken, std::nullopt);
 }
 
-TEST_F(WireFaultLoop, serverThatGoesAwayDuringTheGameLosesNothing) {
-  stage::RaceServer server;
-  server.answer("GET", "*", Reply::text("x"));
-  server.answer("POST", "*", Reply::json(kRefusal));
-  set("server", server.url());
-  stage::LauncherRun run = start();
-  ASSERT_TRUE(run.waitForLog("waiting for exit..."));
-  server.stop();
-  const Lines log = maskedLog(finish(run));
-  EXPECT_EQ(log, [&] {
-    Lines expected = logOf({"", {}, std::nullopt});
-    const Lines unreachable = weeklyUnreachable();
-    const auto at = std::search(expected.begin(), expected.end(), unreachable.begin(),
-                                unreachable.end());
-    const Lines updated = weeklyUpdated({});
-    std::copy(updated.begin(), updated.end(), at);
-    return expected;
-  }());
-  EXPECT_EQ(queue(), (Lines{kOld, receipt_}));
+// --- the request ----------------------------------------------------------------------------
+
+class WireRequest : public UploadTest {
+ protected:
+  WireRequest() { machine.writeReceipt(kReceipt); }
+
+  static constexpr char kReceipt[] =
+      "{\"map\":\"ENDING:main\",\"t\":9.5,\"difficulty\":null,\"level\":\"层\"}";
+};
+
+TEST_F(WireRequest, hasItsHeadersAndNoOthers) {
+  (void)upload();
+  ASSERT_EQ(server.requests().size(), 1U);
+  const stage::Request request = server.requests().front();
+  auto headers = request.headers;
+  std::sort(headers.begin(), headers.end());
+  const std::string body = payload("runner", kReceipt);
+  EXPECT_EQ(request.body, body);
+  EXPECT_EQ(headers, (decltype(headers){{"Connection", "Keep-Alive"},
+                                        {"Content-Length", std::to_string(body.size())},
+                                        {"Content-Type", "application/json"},
+                                        {"Host", server.url().substr(7)},
+                                        {"User-Agent", "KOV-Race-Launcher/1.0"}}));
+}
+
+TEST_F(WireRequest, toAServerWithoutASchemeFailsWithoutANetwork) {
+  set("server", server.url().substr(7));
+  EXPECT_TRUE(upload().hasLogLine(kUnreachable));
+  EXPECT_EQ(server.connections(), 0U);
+}
+
+using WireRequestCp936 = WireRequest;
+
+TEST_F(WireRequestCp936, hasItsPathReadInTheAnsiCodePage) {
+  ASSERT_EQ(stage::ansiCodePage(), 936U);
+  set("server", server.url() + "/" + stage::toAnsi("赛"));
+  (void)upload();
+  ASSERT_EQ(server.requests().size(), 1U);
+  EXPECT_EQ(server.requests().front().target, "/%E8%B5%9B/submit");
+}
+
+using WireRequestLong = WireRequest;
+
+// The platform's own time-outs are the only ones.
+TEST_F(WireRequestLong, answerAfterTwentySecondsStillCounts) {
+  server.clearAnswers();
+  server.answer("POST", "/submit", Reply::json(kAccepted).after(20000));
+  const stage::RunResult run = upload();
+  EXPECT_TRUE(run.hasLogLine(std::string("upload response: ") + kAccepted));
+  EXPECT_EQ(run.exitCode, 0U);
+  EXPECT_GE(run.elapsedMs, 20000U);
 }
 
 }  // namespace
