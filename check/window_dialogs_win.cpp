@@ -48,6 +48,8 @@ bool confirm(HWND owner, const Confirmation& asked, Language language) {
 
 std::optional<std::wstring> chooseGame(HWND owner, const std::wstring& folder) {
   constexpr DWORD kUnits = 1024;
+  // The box uses COM; nothing else of the window does.
+  const UniqueCom com(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
   std::wstring file(kUnits, L'\0');
   const std::wstring name = kGameImageName;
   const std::wstring filter = name + L'\0' + name + L'\0';

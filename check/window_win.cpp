@@ -90,6 +90,7 @@ class CheckWindow {
 
   // What is done
   void again();
+  void look();
   void goOn();
   void answered(std::unique_ptr<WorkerAnswer> answer);
   void command(int id);
@@ -109,6 +110,7 @@ class CheckWindow {
   bool chosen_ = false;     // the player selected a row of page 1
   bool selecting_ = false;  // this program is selecting one
   bool grouped_ = false;
+  bool complete_ = false;  // what the window shows first is known
 
   UINT dpi_ = USER_DEFAULT_SCREEN_DPI;
   int lineHeight_ = 0;
@@ -254,11 +256,13 @@ int CheckWindow::textWidth(const std::string& text) const {
 
 /// Colours and font, as Windows has them now.
 void CheckWindow::dress() {
+  const bool wasDark = theme_.dark;
   theme_ = dressFrame(window_);
   MessageFont font = messageFont(dpi_);
   for (HWND child = GetWindow(window_, GW_CHILD); child != nullptr;
        child = GetWindow(child, GW_HWNDNEXT)) {
-    dressControl(child, theme_);
+    const bool isList = child == findings_ || child == runs_;
+    if (isList || theme_.dark || wasDark) dressControl(child, theme_);
     (void)SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(font.font.get()), FALSE);
   }
   font_ = std::move(font.font);
@@ -276,7 +280,7 @@ void CheckWindow::dress() {
     (void)SendMessageW(rows, LVM_SETTEXTCOLOR, 0, static_cast<LPARAM>(theme_.text));
   }
   layOut();
-  (void)InvalidateRect(window_, nullptr, TRUE);
+  (void)RedrawWindow(window_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 /// Places a button as wide as its text needs; the next place beside it.
@@ -288,6 +292,7 @@ int CheckWindow::placeButton(HWND button, int x, int y, int height, bool toTheLe
 }
 
 void CheckWindow::layOut() {
+  if (!complete_) return;
   RECT room = {};
   (void)GetClientRect(window_, &room);
   const int margin = px(kMargin);
@@ -510,6 +515,12 @@ void CheckWindow::selected(const NMLISTVIEW& change) {
 
 /// Looks at everything anew; answers to earlier questions no longer count.
 void CheckWindow::again() {
+  look();
+  goOn();
+}
+
+/// All of it but the slow questions.
+void CheckWindow::look() {
   ++round_;
   machine_ = readMachine();
   unasked_.assign(std::begin(kQuestions), std::end(kQuestions));
@@ -518,7 +529,6 @@ void CheckWindow::again() {
     showRuns();
     showAround();
   }
-  goOn();
 }
 
 /// Gives the worker its next task, if there is one.
@@ -738,7 +748,6 @@ LRESULT CALLBACK CheckWindow::procedure(HWND window, UINT message, WPARAM wParam
 }
 
 void CheckWindow::run() {
-  const UniqueCom com(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
   const INITCOMMONCONTROLSEX controls = {sizeof(controls),
                                          ICC_LISTVIEW_CLASSES | ICC_STANDARD_CLASSES};
   (void)InitCommonControlsEx(&controls);
@@ -755,15 +764,20 @@ void CheckWindow::run() {
                             CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, program, nullptr);
   if (window_ == nullptr) return;
   dpi_ = GetDpiForWindow(window_);
+  place();
   create();
-  worker_ = std::make_unique<Worker>(window_, kAnswerMessage);
   (void)SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   dress();
-  place();
   focus_ = findings_;
   showPage(Page::before);
-  again();
+  look();
+  complete_ = true;
+  layOut();
   (void)ShowWindow(window_, SW_SHOWDEFAULT);
+  (void)RedrawWindow(window_, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
+  // Only now: loading what the questions need would hold the window up.
+  worker_ = std::make_unique<Worker>(window_, kAnswerMessage);
+  goOn();
   MSG message = {};
   while (GetMessageW(&message, nullptr, 0, 0) > 0) {
     if (handleKey(message) || IsDialogMessageW(window_, &message)) continue;

@@ -45,8 +45,8 @@ kov_delay_import(user32
   CreateWindowExW DefWindowProcW DestroyWindow DispatchMessageW DrawTextW EnableWindow FillRect
   GetClientRect GetDlgCtrlID GetDpiForWindow GetFocus GetKeyState GetMessageW GetMonitorInfoW
   GetNextDlgTabItem GetSysColor GetSystemMetricsForDpi GetWindow GetWindowLongPtrW GetWindowRect
-  GetWindowTextLengthW GetWindowTextW InvalidateRect IsDialogMessageW IsWindow LoadCursorW
-  LoadIconW MessageBoxA MessageBoxW MonitorFromWindow PostMessageW PostQuitMessage RegisterClassW
+  GetWindowTextLengthW GetWindowTextW IsDialogMessageW IsWindow LoadCursorW LoadIconW MessageBoxA
+  MessageBoxW MonitorFromWindow PostMessageW PostQuitMessage RedrawWindow RegisterClassW
   SendMessageW SetCursor SetFocus SetWindowLongPtrW SetWindowPos SetWindowTextW ShowScrollBar
   ShowWindow SystemParametersInfoForDpi SystemParametersInfoW TranslateMessage)
 kov_delay_import(advapi32 RegCloseKey RegOpenKeyExW RegQueryValueExW)
