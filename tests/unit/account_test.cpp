@@ -184,5 +184,25 @@ TEST(Account, nameIsBytes) {
             "76561198000000001/\xFF\xFE 玩家 ");
 }
 
+/// "accounts, marked, mixed" of a choice.
+std::string reasons(const char* text) {
+  const AccountChoice choice = chooseAccount(text);
+  return std::to_string(choice.accounts) + (choice.isMarked ? ", marked" : "") +
+         (choice.isMixed ? ", mixed" : "");
+}
+
+TEST(Account, choiceSaysWhy) {
+  EXPECT_EQ(reasons(""), "0");
+  EXPECT_EQ(reasons("\"76561198000000001\" { \"PersonaName\" \"a\" }"), "1");
+  EXPECT_EQ(reasons("\"76561198000000001\" { \"PersonaName\" \"a\" }"
+                    "\"76561198000000002\" { \"PersonaName\" \"b\" \"MostRecent\" \"1\" }"),
+            "2, marked");
+  EXPECT_EQ(reasons("\"76561198000000001\" { \"PersonaName\" \"a\" }"
+                    "\"76561198000000002\" { \"MostRecent\" \"1\" }"),
+            "2, marked, mixed");
+  EXPECT_EQ(reasons("\"76561198000000002\" { \"MostRecent\" \"1\" }"), "1, marked");
+  EXPECT_EQ(reasons("\"76561198000000002\" { \"MostRecent\" \"0\" }"), "1");
+}
+
 }  // namespace
 }  // namespace launcher

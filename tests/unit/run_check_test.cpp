@@ -259,6 +259,13 @@ TEST(RunCheck, firstRuleThatAppliesInfersTheEnding) {
   EXPECT_EQ(inferEnding("Arcade Tunnel", 10), "main");
 }
 
+TEST(RunCheck, onlyWholeWordsInferAnEnding) {
+  EXPECT_EQ(inferEnding("Neo City", 50), "main");
+  EXPECT_EQ(inferEnding("Tunne 3999", 50), "true");
+  EXPECT_EQ(inferEnding("Final Escap", 50), "main");
+  EXPECT_EQ(inferEnding("The Arcad", 50), "main");
+}
+
 TEST(RunCheck, anythingElseIsMain) {
   for (const char* map : {"", "Level 0", "arcade", "ARCADE", "final escape", "399", "neon"}) {
     EXPECT_EQ(inferEnding(map, 10), "main") << map;

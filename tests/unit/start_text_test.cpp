@@ -123,5 +123,10 @@ TEST(StartText, reminderOfTheTimerServer) {
             L"\n\n点「确定」继续进入游戏。");
 }
 
+TEST(Layout, pathEndsAtItsWholeTag) {
+  EXPECT_EQ(withLayoutPath("<LayoutPath>a</LayoutPaths>b</LayoutPath>", "c"),
+            "<LayoutPath>c</LayoutPath>");
+}
+
 }  // namespace
 }  // namespace launcher

@@ -167,5 +167,15 @@ TEST(Submission, builtInSiteIsSecureAndEndsWithoutASlash) {
   EXPECT_STREQ(kBuiltInSite, "https://kov-race.example");
 }
 
+TEST(Submission, errorOfAReplyIsTheQuotedTextAfterItsKey) {
+  EXPECT_EQ(replyError("{\"error\":\"week closed\"}"), "week closed");
+  EXPECT_EQ(replyError("\"error\":\"first\""), "first");
+  EXPECT_EQ(replyError("{\"errors\":\"no\",\"error\":\"yes\"}"), "yes");
+  EXPECT_EQ(replyError("{\"error\":\"\",\"a\":\"b\"}"), "");
+  for (const char* reply : {"", "{}", "{\"error\"}", "{\"error\":7}", "{\"error\":\"open"}) {
+    EXPECT_EQ(replyError(reply), "") << reply;
+  }
+}
+
 }  // namespace
 }  // namespace launcher

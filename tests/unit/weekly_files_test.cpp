@@ -102,5 +102,11 @@ TEST(Seed, otherBytesAreNoDigits) {
   EXPECT_EQ(scanSeed("\0\xFF\x1A\"seed\":1"sv), "1");
 }
 
+TEST(Seed, endsWithTheText) {
+  const std::string_view text = "\"seed\":123456";
+  EXPECT_EQ(scanSeed(text.substr(0, 9)), "12");
+  EXPECT_EQ(scanSeed(text.substr(0, 7)), "");
+}
+
 }  // namespace
 }  // namespace launcher
