@@ -92,7 +92,7 @@ World anyWorld(Choices& choices) {
   return world;
 }
 
-std::vector<std::string> playAny(const World& world, Choices& choices) {
+std::vector<std::string> playAny(const World& world, Choices& choices, std::size_t* calls) {
   std::vector<std::string> broken;
   Scene scene(world);
   const unsigned starts = 1 + choices.below(3);
@@ -103,6 +103,7 @@ std::vector<std::string> playAny(const World& world, Choices& choices) {
       scene.machine.stopAt = machine::Stop{choices.below(kUsualCalls), choices.once(2)};
     }
     const Play played = play(scene);
+    if (calls != nullptr) *calls += scene.machine.calls.size();
     for (const std::string& line : violations(scene, played)) {
       broken.push_back("start " + std::to_string(start + 1) + ": " + line);
     }

@@ -31,8 +31,10 @@ class Choices {
 
 /// Starts the launcher in a world, with faults and stops, up to three times, with another
 /// server, another result of the game and perhaps --upload from start to start. Returns the
-/// invariants that were broken, each with the start in which it was.
-[[nodiscard]] std::vector<std::string> playAny(const World& world, Choices& choices);
+/// invariants that were broken, each with the start in which it was. `calls`, when there is
+/// one, takes how many calls of the seam all starts made.
+[[nodiscard]] std::vector<std::string> playAny(const World& world, Choices& choices,
+                                               std::size_t* calls = nullptr);
 
 /// The same from a seed alone.
 [[nodiscard]] std::vector<std::string> playSeed(std::uint64_t seed);
