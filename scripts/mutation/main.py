@@ -153,7 +153,6 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--sort")
     parser.add_argument("--resume", action="store_true")
-    parser.add_argument("--slow", action="store_true")
     parser.add_argument("--list", action="store_true")
     parser.add_argument("--workers", type=int, default=2)
     parser.add_argument("--seconds", type=int)
@@ -161,7 +160,7 @@ def main():
     parser.add_argument("--tree", required=True)
     options = parser.parse_args()
 
-    built = tree.Tree(options.root, options.tree, options.slow)
+    built = tree.Tree(options.root, options.tree)
     unknown = set(options.file or ()) - set(built.arguments)
     if unknown:
         raise SystemExit(f"Neither text logic nor operation: {', '.join(sorted(unknown))}")
@@ -181,6 +180,7 @@ def main():
     hashes = {m.file: hash_of(open(f"{built.root}/{m.file}", "rb").read()) for m in chosen}
     # A survivor is tried again: a test may have come since.
     todo = [m for m in chosen if records.get(m.key, hashes[m.file]) in (None, "survived")]
+    built.survivors = {m.key for m in todo if records.get(m.key, hashes[m.file])}
     # Survivors first; then the files mixed, so that a run that is cut short has seen
     # something of each.
     random.Random(options.seed).shuffle(todo)

@@ -113,11 +113,12 @@ def test_environment():
 
 
 class Tree:
-    def __init__(self, root, tree, with_slow):
-        self.root, self.tree, self.with_slow = root, tree, with_slow
+    def __init__(self, root, tree):
+        self.root, self.tree = root, tree
         self.scratch = f"{tree}/mutants"
         os.makedirs(self.scratch, exist_ok=True)
         self.arguments, self.operations, self.optimised = {}, set(), {}
+        self.survivors = set()  # of last time: known not to be the same code
         for entry in json.load(open(f"{tree}/compile_commands.json", encoding="utf-8")):
             command = entry["command"]
             if not any(part in command for part in TEXT_LIBRARIES + (OPERATIONS,)):
@@ -203,16 +204,16 @@ class Tree:
         return None
 
     def outcome(self, worker, mutant, old, linked, number):
-        """The slow tests come last, if at all: what the compiler makes the same of needs
-        none."""
-        failing = self.failing(mutant.file, linked, number, TestProgram.rounds)
-        if failing:
-            return failing
-        if self.same_code(worker, mutant.file, old, applied(mutant, old)):
-            return "same code"
-        if self.with_slow:
-            failing = self.failing(mutant.file, linked, number, TestProgram.last_round)
-        return failing or "survived"
+        """First the tests, the slow ones last; then, once for each mutant, whether the
+        compiler makes the same of it."""
+        for rounds in (TestProgram.rounds, TestProgram.last_round):
+            failing = self.failing(mutant.file, linked, number, rounds)
+            if failing:
+                return failing
+        if mutant.key in self.survivors:
+            return "survived"
+        same = self.same_code(worker, mutant.file, old, applied(mutant, old))
+        return "same code" if same else "survived"
 
     def outcome_alone(self, worker, mutant, old):
         """Of a change that needs a compilation of its own."""
