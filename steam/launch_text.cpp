@@ -14,6 +14,7 @@ std::wstring widenBytes(std::string_view text) {
   std::wstring wide;
   wide.reserve(text.size());
   for (const char byte : text) {
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a byte of 0x80 on becomes 0xFF80 on
     const auto unit = static_cast<std::uint16_t>(static_cast<signed char>(byte));
     wide.push_back(static_cast<wchar_t>(unit));
   }
