@@ -147,7 +147,7 @@ TEST_F(CheckWindow, closesAtOnceWhileAQuestionIsPending) {
   ASSERT_TRUE(waitUntil([&] { return !server.requests().empty(); }));
   ASSERT_TRUE(check.takeKeyboard());
   check.press({VK_ESCAPE});
-  EXPECT_TRUE(check.ended(1500));
+  EXPECT_TRUE(check.ended(3000));
 }
 
 TEST_F(CheckWindow, everythingIsDoneByKeyboardAlone) {
