@@ -22,7 +22,7 @@ constexpr Word kWords[] = {
 };
 
 constexpr Wording kHelp = {
-    "遇到问题时，按下面的按钮写出 kov_support.txt，再把这个文件发给组织者。\n\n"
+    "遇到问题时，按下面的按钮写出 kov_support.txt，再把这个文件发给主办方。\n\n"
     "里面有：这几个程序和 Windows 的版本、语言和编码，前两页的内容，launcher.ini，"
     "launcher.log 里最近三次的记录，以及有关文件夹的文件列表。\n\n"
     "里面绝不会有：登录码；路径里的 Windows 用户名；完整的 SteamID（只留末四位）。\n\n"
