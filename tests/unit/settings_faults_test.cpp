@@ -222,26 +222,5 @@ TEST(SettingsFaults, linesEndAtLineFeeds) {
   EXPECT_EQ(settingsLines("a=1\n").size(), 1U);
 }
 
-TEST(AddressFault, addressIsJudgedAsFarAsAPlayerCan) {
-  EXPECT_EQ(addressFault(""), AddressFault::empty);
-  for (const char* value : {"race.test", "ftp://race.test", "http:/race.test", "http://",
-                            "https://", "http:///x", "https://:80", "https://?a", "https://#a"}) {
-    EXPECT_EQ(addressFault(value), AddressFault::noScheme) << value;
-  }
-  for (const char* value : {"http://r\xC3\xA4" "ce.test", "http://race.test/a b",
-                            "http://race.test/\x7F", "http://ra ce.test"}) {
-    EXPECT_EQ(addressFault(value), AddressFault::oddCharacters) << value;
-  }
-  for (const char* value : {"http://race.example", "https://race.example:80",
-                            "https://race.example/a", "https://race.example?a",
-                            "https://race.example#a", "https://.example"}) {
-    EXPECT_EQ(addressFault(value), AddressFault::sample) << value;
-  }
-  for (const char* value : {"http://a", "https://race.test", "https://race.example.test",
-                            "http://race.test/!~"}) {
-    EXPECT_EQ(addressFault(value), AddressFault::none) << value;
-  }
-}
-
 }  // namespace
 }  // namespace launcher
