@@ -167,5 +167,32 @@ TEST(CardCommandLine, everyBeginningOfALineIsReadable) {
   }
 }
 
+TEST(CardCommandLine, emptyProgramNameIsOne) {
+  EXPECT_EQ(parseCommandLine(u"\"\" --ok 1").result.ok, u"1");
+}
+
+TEST(CardCommandLine, lineFeedAroundAValueIsABlank) {
+  EXPECT_EQ(parsedResult(u" --ok 1\n").ok, u"1");
+}
+
+TEST(CardCommandLine, firstEndingAndLastRankCount) {
+  const ResultArguments result = parsedResult(u" --ok 1 --ending a --ending b --rank 3");
+  EXPECT_EQ(result.ending, u"a --ending b");
+  EXPECT_EQ(result.rank, u"3");
+}
+
+TEST(CardCommandLine, optionsInAnotherOrderAreValues) {
+  const ResultArguments points = parsedResult(u" --points 1 --rank 2");
+  EXPECT_EQ(points.points, u"1 --rank 2");
+  EXPECT_EQ(points.rank, u"");
+  const ResultArguments kind = parsedResult(u" --kind b --ok a");
+  EXPECT_EQ(kind.ok, u"a");
+  EXPECT_EQ(kind.kind, u"");
+}
+
+TEST(CardCommandLine, progressIsAWholeWord) {
+  EXPECT_EQ(parseCommandLine(kProgram + u" --mode progres").mode, CardMode::result);
+}
+
 }  // namespace
 }  // namespace launcher::card

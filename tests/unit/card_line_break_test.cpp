@@ -162,5 +162,35 @@ TEST(CardLineBreak, endlessTextCostsFewMeasurements) {
   EXPECT_LT(measure.calls, 100);
 }
 
+// Lone halves of pairs, as a text that was cut has them.
+constexpr char16_t kLead = 0xD83D;
+constexpr char16_t kTrail = 0xDE00;
+
+TEST(CardLineBreak, cutBetweenTheHalvesOfAPairGoesBeforeIt) {
+  EXPECT_EQ(fitLine(u"a😀😀", 60, PlainMeasure()), u"a…");
+  EXPECT_EQ(broken(u"😀a", 20), (Lines{u"😀", u"a"}));
+  EXPECT_EQ(broken(u"a😀", 30), (Lines{u"a", u"😀"}));
+}
+
+TEST(CardLineBreak, onlyALeadAndATrailAreAPair) {
+  const std::u16string notLead = {u'a', 0xD7FF, 0xDC00, u'b', u'b'};
+  EXPECT_EQ(fitLine(notLead, 50, PlainMeasure()), (std::u16string{u'a', 0xD7FF, u'…'}));
+  const std::u16string notTrail = {u'a', 0xD800, 0xDBFF, u'b', u'b'};
+  EXPECT_EQ(fitLine(notTrail, 50, PlainMeasure()), (std::u16string{u'a', 0xD800, u'…'}));
+  EXPECT_EQ(broken(std::u16string{u'a', kTrail}, 5), (Lines{u"a", std::u16string{kTrail}}));
+}
+
+TEST(CardLineBreak, whatStandsAroundTheTextIsNoPartOfIt) {
+  const std::u16string pair = {kLead, kTrail, u'b'};
+  const std::u16string_view whole = pair;
+  EXPECT_EQ(broken(whole.substr(1), 5), (Lines{std::u16string{kTrail}, u"b"}));
+  EXPECT_EQ(broken(whole.substr(0, 1), 5), (Lines{std::u16string{kLead}}));
+  EXPECT_EQ(broken(std::u16string_view(u"    ").substr(0, 2), 60), Lines{});
+}
+
+TEST(CardLineBreak, exclamationMarkBreaksNoWord) {
+  EXPECT_EQ(broken(u"abc!def", 50), (Lines{u"abc!d", u"ef"}));
+}
+
 }  // namespace
 }  // namespace launcher::card

@@ -67,5 +67,10 @@ TEST(CardTimeText, endlessNumbersAreNoTime) {
   EXPECT_EQ(shown(u"1." + std::u16string(10000, u'9')), u"0:02.00");
 }
 
+TEST(CardTimeText, colonIsNoDigit) {
+  EXPECT_EQ(shown(u"1:"), u"none");
+  EXPECT_EQ(shown(u"1.:"), u"none");
+}
+
 }  // namespace
 }  // namespace launcher::card
