@@ -31,6 +31,7 @@ TEST(ReadDecimal, readsExponentsWrittenWithEOrD) {
   EXPECT_EQ(readDecimal(" 1d2"), 100.0);
   EXPECT_EQ(readDecimal("-1.5D-1,"), -0.15);
   EXPECT_EQ(readDecimal("1d2e3"), 100.0);
+  EXPECT_EQ(readDecimal("1.d2"), 100.0);
 }
 
 TEST(ReadDecimal, anExponentWithoutDigitsIsNone) {
@@ -52,7 +53,10 @@ TEST(ReadDecimal, hexadecimalIsTheZeroInFrontOfIt) {
   EXPECT_EQ(readDecimal("0x10"), 0.0);
   EXPECT_EQ(readDecimal("0X1p3"), 0.0);
   EXPECT_EQ(readDecimal("0x"), 0.0);
+  EXPECT_FALSE(std::signbit(readDecimal("0x10")));
+  EXPECT_EQ(readDecimal("-0x10"), 0.0);
   EXPECT_TRUE(std::signbit(readDecimal("-0x10")));
+  EXPECT_EQ(readDecimal("5x10"), 5.0);
 }
 
 TEST(ReadDecimal, infinityAndNanAreNoNumbers) {
@@ -87,6 +91,7 @@ TEST(ReadInteger, endsAtTheFirstByteThatIsNoDigit) {
   EXPECT_EQ(readInteger("1e3"), 1);
   EXPECT_EQ(readInteger("0x10"), 0);
   EXPECT_EQ(readInteger("010"), 10);
+  EXPECT_EQ(readInteger("1:5"), 1);
 }
 
 TEST(ReadInteger, isZeroWithoutADigit) {
