@@ -119,6 +119,7 @@ struct World {
 enum class Loss {
   overwritten,     ///< the next run overwrote the receipt before there was a copy
   modOverwritten,  ///< the mod replaced its own result file, which is never copied
+  hidden,          ///< a receipt without a copy went with an older result of the mod
 };
 
 /// A world put up on a machine, and the race server that goes with it.
@@ -150,7 +151,7 @@ class Scene {
   World world;
   machine::Machine machine;
   std::map<std::string, std::string> finished;  ///< receipts of finished runs, by seed
-  std::map<std::string, Loss> losses;           ///< runs that the game overwrote, by seed
+  std::map<std::string, Loss> losses;           ///< runs that may be lost, by seed
   std::vector<std::string> results;             ///< all that the game wrote, in its order
 
  private:
@@ -165,6 +166,7 @@ class Scene {
   void writeResult(Plays plays, const std::string& seed, const std::string& result);
   void write(const std::string& path, const std::string& bytes, Loss loss);
   machine::Reply answer(const machine::Request& request);
+  void accept(const std::string& seed);
   [[nodiscard]] std::string ansi(std::string_view text) const;
   [[nodiscard]] bool holds(std::string_view folder, const std::string& seed) const;
 
