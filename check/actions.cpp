@@ -5,7 +5,7 @@
 #include "check/notes.h"
 #include "check/refusal_text.h"
 #include "check/runs.h"
-#include "check/system_win.h"
+#include "check/system.h"
 #include "check/utf8.h"
 #include "core/file_io.h"
 #include "core/paths.h"

@@ -1,4 +1,4 @@
-#include "check/antivirus_win.h"
+#include "check/antivirus.h"
 
 #include "core/platform.h"
 #include "core/win_handle.h"

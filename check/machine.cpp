@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "check/system_win.h"
+#include "check/system.h"
 #include "core/file_io.h"
 #include "core/paths.h"
 #include "core/platform.h"

@@ -6,8 +6,8 @@
 #include "check/actions.h"
 #include "check/command_line.h"
 #include "check/report.h"
+#include "check/system.h"
 #include "check/window_win.h"
-#include "check/system_win.h"
 #include "core/platform.h"
 
 namespace launcher::check {

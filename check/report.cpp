@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "check/antivirus_win.h"
+#include "check/antivirus.h"
 #include "check/data_rows.h"
 #include "check/http_date.h"
 #include "check/livesplit_rows.h"
@@ -12,13 +12,13 @@
 #include "check/place_rows.h"
 #include "check/queue_rows.h"
 #include "check/runs.h"
-#include "check/server_question_win.h"
+#include "check/server_question.h"
 #include "check/server_rows.h"
 #include "check/settings_rows.h"
 #include "check/steam_rows.h"
 #include "check/support.h"
-#include "check/system_win.h"
-#include "check/timer_question_win.h"
+#include "check/system.h"
+#include "check/timer_question.h"
 #include "check/utf8.h"
 #include "core/file_io.h"
 #include "core/paths.h"

@@ -1,4 +1,4 @@
-#include "check/server_question_win.h"
+#include "check/server_question.h"
 
 #include "core/platform.h"
 #include "server/http_exchange_win.h"

@@ -1,4 +1,4 @@
-#include "check/system_win.h"
+#include "check/system.h"
 
 #include "core/platform.h"
 #include "core/win_handle.h"

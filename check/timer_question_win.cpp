@@ -1,4 +1,4 @@
-#include "check/timer_question_win.h"
+#include "check/timer_question.h"
 
 #include <vector>
 

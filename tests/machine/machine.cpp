@@ -86,7 +86,8 @@ const char* nameOf(Call call) {
       "showPlainMessage", "openInBrowser", "localTimeNow", "sleepMilliseconds", "readFile",
       "readWholeFile", "readFileStart", "opensForReading", "writeWholeFile", "openLog",
       "logLine", "consolePrint", "closeLog", "httpGet", "httpPostJson", "livesplitOpen",
-      "livesplitExchange", "readSteamRoot"};
+      "livesplitExchange", "readSteamRoot", "readFileEnd", "writeNewFile", "replaceFile",
+      "writeFileWhole"};
   return kNames[static_cast<std::size_t>(call)];
 }
 
@@ -101,8 +102,12 @@ std::span<const Failure> failuresOf(Call call) {
   switch (call) {
     case Call::readFile:
     case Call::readWholeFile:
+    case Call::readFileEnd:
     case Call::readFileStart: return kOpenForReading;
     case Call::opensForReading: return kJustOpen;
+    case Call::writeFileWhole:
+    case Call::writeNewFile:
+    case Call::replaceFile:
     case Call::writeWholeFile: return kWrite;
     case Call::copyFileOver: return kCopy;
     case Call::pathExists:
@@ -147,7 +152,8 @@ std::span<const Failure> failuresOf(Call call) {
 }
 
 bool hasMiddle(Call call) {
-  return call == Call::writeWholeFile || call == Call::copyFileOver || call == Call::httpPostJson;
+  return call == Call::writeWholeFile || call == Call::copyFileOver ||
+         call == Call::httpPostJson || call == Call::writeNewFile || call == Call::replaceFile;
 }
 
 Machine::Machine(CodePage codePage) : page(codePage), now_(kStartOfTests) {

@@ -17,7 +17,7 @@
 
 namespace machine {
 
-/// The calls of the seam.
+/// The calls of the seam; after readSteamRoot those that the companion alone makes.
 enum class Call : std::uint8_t {
   programPath, programPathWide, loadLibrariesFromSystemOnly, prepareConsole, waitForCharacter,
   localAppData, pathExists, pathExistsWide, createFolder, deleteFile, copyFileOver, fileSize,
@@ -26,6 +26,7 @@ enum class Call : std::uint8_t {
   showPlainMessage, openInBrowser, localTimeNow, sleepMilliseconds, readFile, readWholeFile,
   readFileStart, opensForReading, writeWholeFile, openLog, logLine, consolePrint, closeLog,
   httpGet, httpPostJson, livesplitOpen, livesplitExchange, readSteamRoot,
+  readFileEnd, writeNewFile, replaceFile, writeFileWhole,
 };
 
 /// The call's name as the seam has it.
