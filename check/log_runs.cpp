@@ -60,6 +60,8 @@ void readLine(std::string_view line, LogRun& run) {
     run.uploadOnly = run.reachedUpload = true;
   } else if (line == "stage: launching game") {
     run.reachedGame = true;
+  } else if (line.starts_with("stage: game closed")) {
+    run.gameClosed = true;
   } else if (line == "stage: uploading") {
     run.reachedUpload = true;
   } else if (line == "=== KOV launcher done ===") {

@@ -12,6 +12,7 @@ namespace launcher::check {
 struct LogRun {
   bool uploadOnly = false;       ///< started with --upload
   bool reachedGame = false;      ///< "stage: launching game"
+  bool gameClosed = false;       ///< "stage: game closed ..."; the archive copy comes next
   bool reachedUpload = false;    ///< "stage: uploading", or --upload
   bool complete = false;         ///< it came to its end
   bool noServer = false;         ///< "no server configured, upload skipped"

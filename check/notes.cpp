@@ -1,5 +1,6 @@
 #include "check/notes.h"
 
+#include "check/system.h"
 #include "core/file_io.h"
 #include "core/paths.h"
 
@@ -10,7 +11,7 @@ std::string readNotes(const std::string& dataFolder) {
 }
 
 void appendNote(const std::string& dataFolder, const std::string& line) {
-  (void)writeWholeFile(inDataFolder(dataFolder, kNotesFile), readNotes(dataFolder) + line);
+  (void)replaceFile(inDataFolder(dataFolder, kNotesFile), readNotes(dataFolder) + line);
 }
 
 }  // namespace launcher::check

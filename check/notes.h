@@ -11,7 +11,8 @@ inline constexpr char kNotesFile[] = "kov_check.txt";
 /// Its text; empty when there is none.
 [[nodiscard]] std::string readNotes(const std::string& dataFolder);
 
-/// Adds a line. Failure is ignored: then a row says "unknown" where it could say more.
+/// Adds a line; the others stay also when this program is ended meanwhile. Failure is ignored:
+/// then a row says "unknown" where it could say more.
 void appendNote(const std::string& dataFolder, const std::string& line);
 
 }  // namespace launcher::check

@@ -122,26 +122,34 @@ class Teller {
     if (current != npos) runs_[current].isLast = true;
   }
 
-  /// The run of a start that ended between the archive copy and its line in the log: the one
-  /// copy that no line names and that lies, by its time, between the runs around this start.
+  /// Ended between the archive copy and its line in the log, or just before that copy.
+  static bool endedAtTheCopy(const LogRun& start) {
+    return start.gameClosed && start.archive.empty() && !start.reachedUpload && !start.complete;
+  }
+
+  /// The run of a start that ended at the copy: of the copies that no line names and that lie,
+  /// by their time, between the runs around this start. There may be older ones, of a log that
+  /// is gone: each such start from here to the next named copy made one of the newest.
   std::size_t unloggedCopy(const LogRun& start, std::size_t current) {
-    if (start.uploadOnly || start.reachedUpload || start.complete) return npos;
+    if (!endedAtTheCopy(start)) return npos;
     std::string next = "9";
+    std::size_t startsLeft = 0;
     for (const LogRun* later = &start; later != log_.runs.data() + log_.runs.size(); ++later) {
-      if (later->archive.empty()) continue;
-      next = stampOf(later->archive);
-      break;
+      if (!later->archive.empty()) {
+        next = stampOf(later->archive);
+        break;
+      }
+      if (endedAtTheCopy(*later)) ++startsLeft;
     }
     const std::string before = current == npos ? "" : runs_[current].order;
-    std::size_t found = npos;
+    std::vector<std::size_t> found;
     for (std::size_t i = 0; i < runs_.size(); ++i) {
       const Run& run = runs_[i];
       if (run.file == nullptr || !run.starts.empty() || isNamed(run)) continue;
-      if (run.order <= before || run.order >= next) continue;
-      if (found != npos) return npos;
-      found = i;
+      if (run.order > before && run.order < next) found.push_back(i);
     }
-    return found;
+    if (found.empty()) return npos;
+    return found[found.size() - std::min(startsLeft, found.size())];
   }
 
   /// True when the log names a copy of the run.
@@ -299,10 +307,22 @@ class Teller {
     }
   }
 
+  /// A refused run goes into the queue, too, unless the launcher was ended before that.
+  void tellRefused(const Run& run, const LogRun& answer, RunRow& row) const {
+    set(row, Fate::refused, refusalText(answer.reply, language_));
+    if (answer.complete || answer.accepted || !isLogSure(run) || run.file == nullptr ||
+        !isFinished(run.file->bytes)) {
+      return;
+    }
+    row.outcome += words({"启动器在它进补传队列之前被关掉了。",
+                          " The launcher was closed before it was queued."});
+    row.queueSource = run.file->path;
+  }
+
   void tellFromLog(const Run& run, RunRow& row) const {
     const LogRun& start = *run.starts.back();
     if (const LogRun* answer = lastAnswer(run)) {
-      set(row, Fate::refused, refusalText(answer->reply, language_));
+      tellRefused(run, *answer, row);
       return;
     }
     if (!start.skipReason.empty()) {

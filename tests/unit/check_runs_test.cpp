@@ -117,6 +117,25 @@ TEST(CheckRuns, aRefusalWithoutAQueueEntryIsRefused) {
   EXPECT_EQ(row.outcome, "The server did not accept it: total missing");
 }
 
+TEST(CheckRuns, aRefusalThatEndedBeforeTheQueueCanBeQueued) {
+  const std::string refused = "upload response: {\"error\":\"total missing\"}\r\n";
+  for (const std::string rest : {"", "stage: upload failed, saving pending\r\n"}) {
+    const RunRow row = only(one(run(kName, refused + rest)));
+    EXPECT_EQ(row.fate, Fate::refused);
+    EXPECT_EQ(row.outcome,
+              "The server did not accept it: total missing The launcher was closed before it was "
+              "queued.");
+    EXPECT_EQ(row.queueSource, "C:\\d\\receipt_20250301_214502.json");
+  }
+  // Over, of an unfinished run, or of a launcher that still runs.
+  const std::string over = "stage: upload done (ok=0)\r\n";
+  EXPECT_EQ(only(one(run(kName, refused + over))).queueSource, "");
+  EXPECT_EQ(only(one(run(kName, refused), unfinished())).queueSource, "");
+  RunFacts running = one(run(kName, refused));
+  running.launcherRuns = true;
+  EXPECT_EQ(only(running).queueSource, "");
+}
+
 TEST(CheckRuns, anUnfinishedRunSaysWhy) {
   const RunRow row = only(one(run(kName,
                                   "skip reported: run not finished (no ending screen)\r\n"
@@ -150,20 +169,46 @@ TEST(CheckRuns, aRunThatAnotherOneFollowedWasNeverSentEither) {
   EXPECT_EQ(rows[1].fate, Fate::neverSent);
 }
 
+/// The log of a start that ended at the archive copy.
+const std::string kCut = kStart + "stage: launching game\r\ngame exited\r\n"
+                         "stage: game closed (launch result=1), archiving receipt\r\n";
+
+/// "2025-03-01 never sent" of each row, newest first.
+std::vector<std::string> fates(const RunFacts& facts) {
+  std::vector<std::string> rows;
+  for (const RunRow& row : runRows(facts, kEnglish)) {
+    rows.push_back(row.when.substr(0, 10) + (row.fate == Fate::neverSent  ? " never sent"
+                                             : row.fate == Fate::accepted ? " accepted"
+                                                                          : " other"));
+  }
+  return rows;
+}
+
 TEST(CheckRuns, aCopyThatTheLogDoesNotNameYetBelongsToTheStartThatBrokeOff) {
-  const std::string cut = kStart + "stage: launching game\r\ngame exited\r\n";
-  RunFacts facts = one(cut + run(kLater, kAccepted));
+  RunFacts facts = one(kCut + run(kLater, kAccepted));
   facts.archived.push_back(file(kLater, receipt("2")));
-  const RunRows rows = runRows(facts, kEnglish);
-  ASSERT_EQ(rows.size(), 2U);
-  EXPECT_EQ(rows[1].when, "2025-03-01 21:45:02");
-  EXPECT_EQ(rows[1].fate, Fate::neverSent);
-  // Two such copies cannot be told apart.
+  EXPECT_EQ(fates(facts),
+            (std::vector<std::string>{"2025-03-02 accepted", "2025-03-01 never sent"}));
+  // Older copies are of a log that is gone.
   facts.archived.insert(facts.archived.begin(),
                         file("receipt_20250228_000000.json", receipt("3")));
-  for (const RunRow& row : runRows(facts, kEnglish)) {
-    EXPECT_NE(row.fate, Fate::neverSent) << row.when;
-  }
+  EXPECT_EQ(fates(facts), (std::vector<std::string>{"2025-03-02 accepted", "2025-03-01 never sent",
+                                                    "2025-02-28 other"}));
+  // Two starts that ended so made the two newest.
+  facts.log = kCut + facts.log;
+  facts.archived.insert(facts.archived.begin(),
+                        file("receipt_20250227_000000.json", receipt("4")));
+  EXPECT_EQ(fates(facts),
+            (std::vector<std::string>{"2025-03-02 accepted", "2025-03-01 never sent",
+                                      "2025-02-28 never sent", "2025-02-27 other"}));
+}
+
+TEST(CheckRuns, aStartThatEndedWhileTheGameRanMadeNoCopy) {
+  RunFacts facts = one(kStart + "stage: launching game\r\ngame exited\r\n" +
+                       run(kLater, kAccepted));
+  facts.archived.push_back(file(kLater, receipt("2")));
+  EXPECT_EQ(fates(facts),
+            (std::vector<std::string>{"2025-03-02 accepted", "2025-03-01 other", " other"}));
 }
 
 TEST(CheckRuns, whatWasQueuedByHandWaitsAndThenIsAccepted) {
