@@ -57,20 +57,28 @@ int soakFaults(bool pairs, std::size_t most) {
   return bad == 0 ? 0 : 1;
 }
 
+void printStops(const worlds::World& world, const char* next, const worlds::StopReport& report) {
+  std::printf("| %s | %s | %zu | %zu | %zu | %zu | %zu | %zu | %zu |\n", world.name.c_str(), next,
+              report.stops, report.once, report.twice, report.more, report.kept, report.copied,
+              report.lost);
+  for (const std::string& line : report.broken) std::printf("  %s\n", line.c_str());
+  (void)std::fflush(stdout);
+}
+
 int soakStops() {
   std::size_t stops = 0;
   std::size_t bad = 0;
   for (const worlds::World& world : worlds::namedWorlds()) {
     for (const worlds::Next next : worlds::kNexts) {
       const worlds::StopReport report = worlds::playEveryStop(world, next);
-      std::printf("| %s | %s | %zu | %zu | %zu | %zu | %zu | %zu | %zu |\n", world.name.c_str(),
-                  nameOf(next), report.stops, report.once, report.twice, report.more, report.kept,
-                  report.copied, report.lost);
-      for (const std::string& line : report.broken) std::printf("  %s\n", line.c_str());
-      (void)std::fflush(stdout);
+      printStops(world, nameOf(next), report);
       stops += report.stops;
       bad += report.broken.size();
     }
+    const worlds::StopReport report = worlds::playEveryStopOfTheCompanion(world);
+    printStops(world, "companion ended", report);
+    stops += report.stops;
+    bad += report.broken.size();
   }
   std::printf("%zu stops, %zu broken\n", stops, bad);
   return bad == 0 ? 0 : 1;
