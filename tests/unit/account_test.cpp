@@ -54,6 +54,18 @@ TEST(Account, withoutAccountsBothAreEmpty) {
   EXPECT_EQ(recent("'AccountName' 'x'"), "/");
 }
 
+// Among these counts are those at which the list of tokens has no room left, so that one
+// more lies beyond what was allocated.
+TEST(Account, lastTokenIsFollowedByNothing) {
+  for (const char* key : {"'MostRecent'", "'PersonaName'"}) {
+    std::string tokens = id(kFirstId) + "'PersonaName' 'A' ";
+    for (int count = 4; count <= 64; ++count) {
+      EXPECT_EQ(recent(tokens + key), "76561198000000001/A") << count;
+      tokens += "'x' ";
+    }
+  }
+}
+
 TEST(Account, oneAccountWithoutMostRecentIsTaken) {
   EXPECT_EQ(recent(id(kFirstId) + "'PersonaName' 'A'"), "76561198000000001/A");
 }

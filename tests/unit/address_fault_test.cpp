@@ -14,10 +14,10 @@ using Fault = AddressFault;
 
 TEST(AddressFault, namesPortsAndPathsAreFine) {
   for (const char* address :
-       {"https://race.test", "http://race.test:8080", "https://race.test/week/a/",
-        "https://10.0.0.1", "https://xn--fiq228c.test", "https://race.test:1",
-        "https://race.test:65535/", "https://race.test/a:b@c[d]", "https://race.example.org",
-        "http://a", "http://race.test/!~"}) {
+       {"https://race.test", "http://race.test:8080", "https://race.test:9090",
+        "https://race.test/week/a/", "https://10.0.0.1", "https://xn--fiq228c.test",
+        "https://race.test:1", "https://race.test:65535/", "https://race.test/a:b@c[d]",
+        "https://race.example.org", "http://a", "http://race.test/!~"}) {
     EXPECT_EQ(addressFault(address), Fault::none) << address;
   }
 }
@@ -49,6 +49,8 @@ TEST(AddressFault, eachFaultIsNamed) {
       {"https://race.test:0", Fault::badPort},
       {"https://race.test:65536", Fault::badPort},
       {"https://race.test:000080", Fault::badPort},
+      {"https://race.test:80-1", Fault::badPort},
+      {"https://race.test:80:1", Fault::badPort},
       {"https://:8080", Fault::noName},
       {"https://" + longest, Fault::none},
       {"https://" + longest + "a", Fault::longName},
@@ -57,6 +59,7 @@ TEST(AddressFault, eachFaultIsNamed) {
       {"https://race.test?week=1", Fault::hasQuery},
       {"https://race.test#top", Fault::hasQuery},
       {"https://race.test\\week", Fault::hasQuery},
+      {"https://race.test:8080\\week", Fault::hasQuery},
       {"https://race.example?a", Fault::hasQuery},
       {"https://race.example#a", Fault::hasQuery},
       {"https://.example", Fault::sample},

@@ -4,7 +4,11 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <string_view>
+
+#include "tests/unit/fenced_text.h"
 
 namespace {
 
@@ -69,6 +73,15 @@ TEST(ReadDecimal, beyondTheRangeIsInfiniteOrZero) {
   EXPECT_EQ(readDecimal("1e999"), std::numeric_limits<double>::infinity());
   EXPECT_EQ(readDecimal("-1e999"), -std::numeric_limits<double>::infinity());
   EXPECT_EQ(readDecimal("1e-999"), 0.0);
+}
+
+TEST(ReadDecimal, readsNothingBehindTheEndOfTheText) {
+  for (const char* text :
+       {"", " ", "-", "+", ".", "-.", "0", "0x", "1", "1.", "1d", "1d-", "1d2", "d", ".d", "n"}) {
+    const launcher::FencedText fenced(std::string_view(text, std::strlen(text) + 1),
+                                      launcher::Fence::after);
+    EXPECT_EQ(readDecimal(fenced.text().data()), readDecimal(text)) << text;
+  }
 }
 
 #ifdef _WIN32

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -42,6 +43,26 @@ TEST(Settings, recordStartsEmpty) {
   EXPECT_EQ(whole(Settings{}),
             "game=|receipt=|data=|server=|steam=|appid=|player=|difficulty=|fromSteam=0|timer=|"
             "install_from=|dryrun=0|livesplit=|livesplit_lss=");
+}
+
+// A key without a field, such as "site", writes nowhere.
+TEST(Settings, nothingBesideTheRecordIsWritten) {
+  using Frame = std::array<char, 8>;
+  struct Framed {
+    Frame before;
+    Settings settings;
+    Frame after;
+  };
+  constexpr Frame kFrame = {'f', 'f', 'f', 'f', 'f', 'f', 'f', 'f'};
+  for (const char* value : {"", "0", "1"}) {
+    std::string text;
+    for (const SettingKey& key : kSettingKeys) {
+      text.append(key.name).append("=").append(value).append("\n");
+    }
+    const Framed framed = {kFrame, parseSettings(text), kFrame};
+    EXPECT_EQ(framed.before, kFrame) << value;
+    EXPECT_EQ(framed.after, kFrame) << value;
+  }
 }
 
 TEST(Settings, everyKeyFillsItsOwnField) {

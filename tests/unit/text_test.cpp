@@ -23,12 +23,12 @@ TEST(Text, trimBlanksStripsTheFourBlanksAtBothEnds) {
 TEST(Text, aNumberIsPaddedWithZerosAndNeverCut) {
   std::string text;
   for (const auto& [number, digits] : {std::pair(0L, 2), std::pair(5L, 2), std::pair(59L, 2),
-                                       std::pair(2025L, 4), std::pair(12345L, 4),
-                                       std::pair(0L, 1), std::pair(100L, 1)}) {
+                                       std::pair(2025L, 4), std::pair(12345L, 4), std::pair(0L, 1),
+                                       std::pair(9L, 1), std::pair(10L, 1), std::pair(100L, 1)}) {
     appendPadded(text, number, digits);
     text += " ";
   }
-  EXPECT_EQ(text, "00 05 59 2025 12345 0 100 ");
+  EXPECT_EQ(text, "00 05 59 2025 12345 0 9 10 100 ");
 }
 
 TEST(Text, trimBlanksKeepsBlanksInside) { EXPECT_EQ(trimBlanks(" a \t\r\n b "), "a \t\r\n b"); }

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/unit/fenced_text.h"
+
 namespace launcher {
 namespace {
 
@@ -106,6 +108,7 @@ TEST(Seed, endsWithTheText) {
   const std::string_view text = "\"seed\":123456";
   EXPECT_EQ(scanSeed(text.substr(0, 9)), "12");
   EXPECT_EQ(scanSeed(text.substr(0, 7)), "");
+  EXPECT_EQ(scanSeed(FencedText("\"seed\":12", Fence::after).text()), "12");
 }
 
 }  // namespace
