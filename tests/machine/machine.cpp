@@ -64,14 +64,6 @@ Units firstWord(const Units& commandLine) {
   return commandLine.substr(0, commandLine.find_first_of(u" \t"));
 }
 
-/// The failure itself where the call can fail so; else one of the call's own.
-Failure fitting(Call call, Failure how) {
-  const std::span<const Failure> ways = failuresOf(call);
-  if (ways.empty()) return Failure::none;
-  if (std::find(ways.begin(), ways.end(), how) != ways.end()) return how;
-  return ways[static_cast<std::size_t>(how) % ways.size()];
-}
-
 Units lastPart(const Units& path) { return path.substr(path.rfind(u'\\') + 1); }
 
 }  // namespace
@@ -96,6 +88,13 @@ const char* nameOf(Failure failure) {
                                            "half",  "empty",    "refused", "reset",    "timedOut",
                                            "stop"};
   return kNames[static_cast<std::size_t>(failure)];
+}
+
+Failure fitting(Call call, Failure how) {
+  const std::span<const Failure> ways = failuresOf(call);
+  if (ways.empty()) return Failure::none;
+  if (std::find(ways.begin(), ways.end(), how) != ways.end()) return how;
+  return ways[static_cast<std::size_t>(how) % ways.size()];
 }
 
 std::span<const Failure> failuresOf(Call call) {

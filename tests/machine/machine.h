@@ -53,6 +53,10 @@ enum class Failure : std::uint8_t {
 /// The ways in which this call can fail; empty for one that cannot.
 [[nodiscard]] std::span<const Failure> failuresOf(Call call);
 
+/// The failure itself where the call can fail so; else one of the call's own; none when it
+/// cannot fail.
+[[nodiscard]] Failure fitting(Call call, Failure how);
+
 /// True for a call that leaves something behind when the program is ended in its middle: a
 /// file emptied but not written, a request answered but not read.
 [[nodiscard]] bool hasMiddle(Call call);

@@ -64,6 +64,16 @@ Kind kindOf(const Scene& scene, const std::string& path) {
   return Kind::other;
 }
 
+/// What the file would be in a data folder elsewhere.
+Kind kindElsewhere(const Scene& scene, const std::string& path) {
+  const std::size_t end = path.size() - (path.ends_with('\\') ? 1 : 0);
+  const std::size_t name = path.rfind('\\', end - 1) + 1;
+  const Kind direct = kindOf(scene, scene.data() + "\\" + path.substr(name));
+  if (direct != Kind::other || name < 2) return direct;
+  const std::size_t folder = path.rfind('\\', name - 2) + 1;
+  return kindOf(scene, scene.data() + "\\" + path.substr(folder));
+}
+
 /// Checks one run; every broken invariant is a line.
 class Check {
  public:
@@ -95,6 +105,22 @@ class Check {
     return play_.stopped || !machine().faults.empty() || scene_.world.diskIsFull;
   }
 
+  /// Whether the launcher read the first half of launcher.ini only, and that ends within the
+  /// data folder's name: then its files go to the folder that is named by what is left.
+  [[nodiscard]] bool dataFolderIsCut() const {
+    const bool half = std::any_of(
+        machine().faults.begin(), machine().faults.end(), [this](const machine::Fault& fault) {
+          if (fault.call >= machine().calls.size()) return false;
+          const Call call = machine().calls[fault.call];
+          return call == Call::readWholeFile &&
+                 machine::fitting(call, fault.how) == machine::Failure::half;
+        });
+    const std::string ini =
+        machine().files.bytesOf(scene_.app() + "\\launcher.ini").value_or("");
+    const std::string read = ini.substr(0, ini.size() / 2);
+    return half && read.substr(read.rfind('\n') + 1).starts_with("data=");
+  }
+
   void ends();
   void logs();
   void logsArrive();
@@ -102,6 +128,7 @@ class Check {
   void keepsFiles();
   void keepsFile(const std::string& path, const std::string& bytes, const std::string* after);
   void bringsNothingElse(const std::string& path);
+  [[nodiscard]] Kind kindOfNew(const std::string& path) const;
   void sendsOnce();
 
   const Scene& scene_;
@@ -206,8 +233,16 @@ void Check::keepsFile(const std::string& path, const std::string& bytes,
   }
 }
 
-void Check::bringsNothingElse(const std::string& path) {
+Kind Check::kindOfNew(const std::string& path) const {
   const Kind kind = kindOf(scene_, path);
+  if (kind != Kind::other || !dataFolderIsCut()) return kind;
+  const bool isFolder = path.ends_with('\\');  // the data folder itself
+  const Kind elsewhere = kindElsewhere(scene_, path);
+  return elsewhere == Kind::other && isFolder ? Kind::state : elsewhere;
+}
+
+void Check::bringsNothingElse(const std::string& path) {
+  const Kind kind = kindOfNew(path);
   require(kind != Kind::other && kind != Kind::layout, "new: " + path);
 }
 
@@ -221,7 +256,7 @@ void Check::keepsFiles() {
   for (const auto& [path, bytes] : after) {
     if (play_.before.contains(path)) continue;
     bringsNothingElse(path);
-    if (kindOf(scene_, path) == Kind::queueEntry) ++queued;
+    if (kindOfNew(path) == Kind::queueEntry) ++queued;
   }
   require(queued == (play_.log.savedPending ? 1 : 0) || play_.stopped,
           "the queue is not what the log says");

@@ -196,7 +196,7 @@ TEST_P(Hardening, functionsWithBuffersAreGuarded) {
     guarded += gccGuards(program().bytes(section)) + clangGuards(program().bytes(section));
   }
   RecordProperty("guardedFunctions", guarded);
-  EXPECT_GE(guarded, 25);
+  EXPECT_GE(guarded, 45);
 }
 
 INSTANTIATE_TEST_SUITE_P(Programs, Hardening,
