@@ -319,7 +319,8 @@ class Batch:
                    if name.endswith(".h"))
 
     def outcome(self, worker, mutant):
+        # One that does not compile can take others with it: an #endif too many.
         if mutant.key in self.rejected:
-            return "not compiled"
+            return self.built.outcome_alone(worker, mutant, self.old)
         return self.built.outcome(worker, mutant, self.old, self.linked,
                                   self.numbers[mutant.key])
