@@ -74,6 +74,8 @@ float distanceToRounded(Point point, const Box& box, float radius) {
   return length(std::max(x, 0.0F), std::max(y, 0.0F)) + std::min(std::max(x, y), 0.0F) - radius;
 }
 
+// The pixels that a shape reaches. Nothing is covered of a pixel whose middle lies half a
+// pixel outside, so edges rounded outward take in the soft edge too.
 Box around(float left, float top, float right, float bottom, float margin) {
   const auto down = [](float value) { return static_cast<int>(std::floor(value)); };
   const auto up = [](float value) { return static_cast<int>(std::ceil(value)); };
@@ -96,7 +98,7 @@ Box enclosing(const Box& one, const Box& other) {
 
 }  // namespace
 
-Stroke line(Point from, Point to) { return {from, to, 0, 0, 0}; }
+Stroke line(Point from, Point to) { return {from, to}; }
 
 Stroke arc(Point center, float radius, float angle, float sweep) {
   return {center, center, radius, angle, sweep};
@@ -134,13 +136,13 @@ void Canvas::strokeRounded(const Box& box, float radius, float thickness, Color 
 }
 
 void Canvas::fillCircle(Point center, float radius, Color color, float opacity) {
-  paint(around(center.x, center.y, center.x, center.y, radius + 1), color, opacity,
+  paint(around(center.x, center.y, center.x, center.y, radius), color, opacity,
         [&](Point point) { return length(point.x - center.x, point.y - center.y) - radius; });
 }
 
 void Canvas::draw(std::span<const Stroke> strokes, float thickness, Color color) {
   if (strokes.empty()) return;
-  const float margin = thickness / 2 + 1;
+  const float margin = thickness / 2;
   Box bounds = boundsOf(strokes.front(), margin);
   for (const Stroke& stroke : strokes) bounds = enclosing(bounds, boundsOf(stroke, margin));
   paint(bounds, color, 1, [&](Point point) {

@@ -38,7 +38,8 @@ struct Stroke {
 [[nodiscard]] Stroke arc(Point center, float radius, float angle, float sweep);
 
 /// Draws smooth shapes into pixels that somebody else owns: one 32-bit word a
-/// pixel (0x00RRGGBB), rows from top to bottom. Everything is clipped.
+/// pixel (0x00RRGGBB), rows from top to bottom. Everything is clipped; an empty
+/// box (of no width or height, or less) paints nothing.
 ///
 /// Shapes are described by their distance to a pixel's middle, and the distance
 /// decides how much of the pixel is covered: the same picture on every machine,

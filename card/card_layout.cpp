@@ -34,8 +34,8 @@ class Flow {
   void skip(float gap) { y_ += px(gap); }
   void moveTo(int y) { y_ = y; }
 
-  // A text of at most `maxLines` lines between two edges, at height `top`.
-  // Returns the lower edge.
+  // A text of at most `maxLines` lines between the left and the right edge of
+  // `room`, from its top on. Returns the lower edge, which the lines decide.
   int text(std::u16string_view words, Font font, Ink ink, const Box& room,
            std::size_t maxLines = 1) {
     Piece piece;
@@ -88,8 +88,7 @@ Mark::Sign signOf(Note::Sign sign, Kind kind) {
 void addHead(const CardContent& content, Flow& flow, CardLayout& layout) {
   flow.skip(26);
   const int nameRight = flow.left() + (flow.right() - flow.left()) / 2;
-  flow.moveTo(flow.text(kRaceName, Font::race, Ink::faint,
-                        {flow.left(), flow.y(), nameRight, 0}));
+  flow.moveTo(flow.text(kRaceName, Font::race, Ink::faint, {flow.left(), flow.y(), nameRight}));
   flow.skip(18);
   const int size = flow.px(32);
   layout.marks.push_back({{flow.left(), flow.y(), flow.left() + size, flow.y() + size},
@@ -102,12 +101,12 @@ void addHead(const CardContent& content, Flow& flow, CardLayout& layout) {
 void addTime(const CardContent& content, Flow& flow, CardLayout& layout) {
   if (content.time.empty()) return;
   flow.skip(24);
-  flow.moveTo(flow.text(content.timeLabel, Font::label, Ink::faint,
-                        {flow.left(), flow.y(), flow.right(), 0}));
+  flow.moveTo(
+      flow.text(content.timeLabel, Font::label, Ink::faint, {flow.left(), flow.y(), flow.right()}));
   flow.skip(10);
   if (!content.timeIsClock) {
-    flow.moveTo(flow.text(content.time, Font::heading, Ink::normal,
-                          {flow.left(), flow.y(), flow.right(), 0}));
+    flow.moveTo(
+        flow.text(content.time, Font::heading, Ink::normal, {flow.left(), flow.y(), flow.right()}));
     return;
   }
   // A time with hours is set smaller instead of being cut.
@@ -170,7 +169,7 @@ void addStats(const CardContent& content, Flow& flow, CardLayout& layout) {
   const int column = layout.statPanel.width() / static_cast<int>(content.stats.size());
   int x = layout.statPanel.left;
   for (const Stat& stat : content.stats) {
-    Box room{x + padding, flow.y() + flow.px(16), x + column - padding, 0};
+    Box room{x + padding, flow.y() + flow.px(16), x + column - padding};
     if (stat.place > 0) {
       layout.place = stat.place;
       const int width = flow.px(45);
@@ -192,7 +191,7 @@ void addNotes(const CardContent& content, Flow& flow, CardLayout& layout) {
     layout.marks.push_back({{flow.left(), flow.y(), flow.left() + size, flow.y() + size},
                             signOf(note.sign, content.kind), false});
     const int inset = std::max((size - flow.lineHeight(Font::note)) / 2, 0);
-    const Box room{flow.left() + size + flow.px(12), flow.y() + inset, flow.right(), 0};
+    const Box room{flow.left() + size + flow.px(12), flow.y() + inset, flow.right()};
     const int bottom = flow.text(note.text, Font::note,
                                  note.sign == Note::Sign::what ? Ink::normal : Ink::soft, room,
                                  kNoteLines);
@@ -207,7 +206,7 @@ void addDetail(const CardContent& content, Flow& flow, CardLayout& layout) {
   flow.skip(22);
   const int top = flow.y();
   flow.moveTo(flow.text(content.detail, Font::detail, Ink::faint,
-                        {flow.left() + flow.px(14), top, flow.right(), 0}, kDetailLines));
+                        {flow.left() + flow.px(14), top, flow.right()}, kDetailLines));
   layout.detailRail = {flow.left(), top, flow.left() + flow.px(3), flow.y()};
 }
 
@@ -218,9 +217,9 @@ void addLoginCode(const CardContent& content, Flow& flow, CardLayout& layout) {
   flow.skip(20);
   const int labelWidth = flow.textWidth(kLoginLabel, Font::label);
   flow.text(kLoginLabel, Font::label, Ink::normal,
-            {flow.left(), flow.y(), flow.left() + labelWidth, 0});
+            {flow.left(), flow.y(), flow.left() + labelWidth});
   flow.moveTo(flow.text(kLoginHint, Font::label, Ink::faint,
-                        {flow.left() + labelWidth + flow.px(10), flow.y(), flow.right(), 0}));
+                        {flow.left() + labelWidth + flow.px(10), flow.y(), flow.right()}));
   flow.skip(8);
   const int height = flow.px(40);
   const int button = flow.px(84);
@@ -286,7 +285,7 @@ CardLayout layOutProgress(const ProgressContent& content, float scale, const Fon
   const int left = flow.px(20);
   const int right = layout.width - flow.px(20);
   flow.skip(16);
-  flow.moveTo(flow.text(kRaceName, Font::label, Ink::faint, {left, flow.y(), right, 0}));
+  flow.moveTo(flow.text(kRaceName, Font::label, Ink::faint, {left, flow.y(), right}));
   flow.skip(6);
   const int size = flow.px(24);
   int textLeft = left;
@@ -310,8 +309,9 @@ CardLayout layOutProgress(const ProgressContent& content, float scale, const Fon
 }
 
 float fittingScale(float wanted, int height, int room) {
-  if (height <= room || height <= 0) return wanted;
-  return wanted * static_cast<float>(std::max(room, 1)) / static_cast<float>(height);
+  const int least = std::max(room, 1);
+  if (height <= least) return wanted;
+  return wanted * static_cast<float>(least) / static_cast<float>(height);
 }
 
 }  // namespace launcher::card

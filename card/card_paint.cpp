@@ -49,10 +49,10 @@ void paintMark(Canvas& canvas, const Mark& mark, const Palette& palette) {
   const float x = static_cast<float>(mark.box.left);
   const float y = static_cast<float>(mark.box.top);
   const auto at = [&](float right, float down) { return Point{x + right * size, y + down * size}; };
-  const float ring = size * (mark.isFilled ? 0.0F : 0.075F);
   if (mark.isFilled) {
     canvas.fillCircle(at(0.5F, 0.5F), size / 2, palette.accent);
   } else {
+    const float ring = size * 0.075F;
     const std::array circle = {arc(at(0.5F, 0.5F), size / 2 - ring, 0, 360)};
     canvas.draw(circle, ring, palette.accentInk);
   }
@@ -90,7 +90,6 @@ void paintMark(Canvas& canvas, const Mark& mark, const Palette& palette) {
 
 void paintPanel(Canvas& canvas, const Box& box, const CardLayout& layout, float radius,
                 const Palette& palette) {
-  if (box.width() <= 0) return;
   const float corner = radius * layout.scale;
   canvas.fillRounded(box, corner, palette.panel);
   canvas.strokeRounded(box, corner, static_cast<float>(scaled(layout, 1)), palette.panelEdge);
@@ -98,27 +97,30 @@ void paintPanel(Canvas& canvas, const Box& box, const CardLayout& layout, float 
 
 // Second, first, third, as they stand; the player's step is lit.
 void paintPodium(Canvas& canvas, const CardLayout& layout, const Palette& palette) {
-  if (layout.place < 1 || layout.podium.width() <= 0) return;
-  constexpr std::array<int, 3> kPlaces = {2, 1, 3};
-  constexpr std::array<float, 3> kHeights = {0.7F, 1.0F, 0.45F};
+  if (layout.place < 1) return;
+  struct Step {
+    int place;
+    float height;
+  };
+  constexpr std::array kSteps = {Step{2, 0.7F}, Step{1, 1.0F}, Step{3, 0.45F}};
   // A contrast theme's colours are not to be mixed.
   const Color unlit =
       palette.isPlain ? palette.panelEdge : between(palette.rail, palette.panelEdge, 0.7F);
   const int gap = scaled(layout, 3);
   const int width = (layout.podium.width() - 2 * gap) / 3;
-  for (std::size_t step = 0; step < kPlaces.size(); ++step) {
-    const int left = layout.podium.left + static_cast<int>(step) * (width + gap);
-    const auto tallest = static_cast<float>(layout.podium.height());
-    const int height = static_cast<int>(tallest * kHeights[step]);
+  const auto tallest = static_cast<float>(layout.podium.height());
+  int left = layout.podium.left;
+  for (const Step& step : kSteps) {
+    const int height = static_cast<int>(tallest * step.height);
     const Box box{left, layout.podium.bottom - height, left + width, layout.podium.bottom};
     canvas.fillRounded(box, 2.5F * layout.scale,
-                       kPlaces[step] == layout.place ? palette.accent : unlit);
+                       step.place == layout.place ? palette.accent : unlit);
+    left += width + gap;
   }
 }
 
 void paintTearLine(Canvas& canvas, const CardLayout& layout, const Palette& palette) {
   const Box& line = layout.tearLine;
-  if (line.width() <= 0) return;
   const int dash = scaled(layout, 6);
   for (int x = dash; x < line.right - dash; x += 2 * dash) {
     canvas.fillRounded({x, line.top, x + dash, line.bottom}, layout.scale, palette.edge);
@@ -155,16 +157,15 @@ void paintResult(Canvas& canvas, const CardLayout& layout, const Palette& palett
   canvas.fill({0, 0, layout.width, scaled(layout, 5)}, palette.accent);
   for (const Box& tag : layout.tags) paintPanel(canvas, tag, layout, 14, palette);
   paintPanel(canvas, layout.statPanel, layout, 10, palette);
-  if (layout.statPanel.width() > 0) {
-    const int middle = (layout.statPanel.left + layout.statPanel.right) / 2;
-    const int inset = scaled(layout, 16);
-    canvas.fill({middle, layout.statPanel.top + inset, middle + scaled(layout, 1),
-                 layout.statPanel.bottom - inset},
-                palette.panelEdge);
-  }
+  // Without a panel the line between its halves is an empty box too.
+  const int middle = (layout.statPanel.left + layout.statPanel.right) / 2;
+  const int inset = scaled(layout, 16);
+  canvas.fill({middle, layout.statPanel.top + inset, middle + scaled(layout, 1),
+               layout.statPanel.bottom - inset},
+              palette.panelEdge);
   paintPodium(canvas, layout, palette);
   paintPanel(canvas, layout.codeField, layout, 8, palette);
-  if (layout.detailRail.width() > 0) canvas.fill(layout.detailRail, palette.panelEdge);
+  canvas.fill(layout.detailRail, palette.panelEdge);
   paintTearLine(canvas, layout, palette);
   for (const Mark& mark : layout.marks) paintMark(canvas, mark, palette);
   paintNumeralPieces(canvas, layout, palette);
@@ -180,7 +181,8 @@ void paintProgressRail(Canvas& canvas, const CardLayout& layout, const Palette& 
                        float phase) {
   const Box& rail = layout.timeRail;
   canvas.fill(rail, palette.paper);
-  const float radius = static_cast<float>(rail.height()) / 2;
+  // More than half of the height, which is the most that a corner gets.
+  const auto radius = static_cast<float>(rail.height());
   canvas.fillRounded(rail, radius, palette.rail);
   if (palette.isPlain) canvas.strokeRounded(rail, radius, 1, palette.edge);
   if (phase < 0) {
@@ -193,7 +195,7 @@ void paintProgressRail(Canvas& canvas, const CardLayout& layout, const Palette& 
   const int left = rail.left + static_cast<int>((width + part) * phase - part);
   const Box moving{std::max(left, rail.left), rail.top,
                    std::min(left + static_cast<int>(part), rail.right), rail.bottom};
-  if (moving.width() > 0) canvas.fillRounded(moving, radius, palette.accent);
+  canvas.fillRounded(moving, radius, palette.accent);
 }
 
 void paintTimeRail(Canvas& canvas, const Box& rail, const Palette& palette, float left) {

@@ -10,14 +10,19 @@ constexpr std::size_t kNowhere = std::u16string_view::npos;
 
 // The options of a result in the launcher's order, each with the blanks that
 // stand around its name. The message is taken off the end before these.
-constexpr std::array<std::u16string_view, 7> kOptions = {
-    u" --ok ",     u" --kind ", u" --total ",  u" --difficulty ",
-    u" --ending ", u" --rank ", u" --points ",
-};
+constexpr auto kOptions = std::to_array<std::u16string_view>({
+    u" --ok ",
+    u" --kind ",
+    u" --total ",
+    u" --difficulty ",
+    u" --ending ",
+    u" --rank ",
+    u" --points ",
+});
 constexpr std::u16string_view kMessageOption = u" --msg";
 
 std::u16string_view withoutProgramPath(std::u16string_view line) {
-  if (!line.empty() && line.front() == u'"') {
+  if (line.starts_with(u'"')) {
     const std::size_t closing = line.find(u'"', 1);
     return closing == kNowhere ? std::u16string_view() : line.substr(closing + 1);
   }

@@ -21,17 +21,17 @@ struct Word {
   View chinese;
 };
 
-constexpr std::array<Word, 3> kDifficulties = {{
+constexpr auto kDifficulties = std::to_array<Word>({
     {u"easy", u"简单"},
     {u"normal", u"普通"},
     {u"nightmare", u"噩梦"},
-}};
+});
 
-constexpr std::array<Word, 3> kEndings = {{
+constexpr auto kEndings = std::to_array<Word>({
     {u"main", u"主线结局"},
     {u"arcade", u"街机结局"},
     {u"true", u"真结局"},
-}};
+});
 
 struct KnownRefusal {
   std::string_view english;
@@ -49,7 +49,7 @@ constexpr auto kKnownRefusals = [] {
 
 // True when `text` begins with these ASCII characters.
 bool startsWith(View text, std::string_view ascii) {
-  return text.size() >= ascii.size() && std::equal(ascii.begin(), ascii.end(), text.begin());
+  return std::mismatch(ascii.begin(), ascii.end(), text.begin(), text.end()).first == ascii.end();
 }
 
 template <std::size_t count>
@@ -69,23 +69,21 @@ Kind readKind(const ResultArguments& arguments) {
   return Kind::unknown;
 }
 
-// Value of a plain, possibly negative integer; 0 for everything else, which is
-// also what the launcher passes when the server named no number.
+// Value of digits; 0 for everything else, which is also what the launcher passes
+// when the server named no number. A negative number counts nothing here either.
 int readNumber(View text) {
   constexpr int kLimit = 100000000;
-  const bool negative = text.starts_with(u'-');
-  if (negative) text.remove_prefix(1);
   int number = 0;
   for (const char16_t character : text) {
     if (character < u'0' || character > u'9' || number >= kLimit) return 0;
     number = number * 10 + (character - u'0');
   }
-  return negative ? -number : number;
+  return number;
 }
 
 Stat describeRank(View rank) {
   const int number = readNumber(rank);
-  Stat stat{u"排名", u"—", number >= 1 && number <= 3 ? number : 0};
+  Stat stat{u"排名", u"—", number <= 3 ? number : 0};
   if (number > 0) {
     stat.value = u"#" + clipText(rank, kNumberLength);
   } else if (rank != u"0" && !rank.empty()) {
@@ -191,14 +189,16 @@ std::u16string clipText(std::u16string_view text, std::size_t length) {
   constexpr char16_t kEllipsis = u'…';
   const bool isCut = text.size() > length;
   std::u16string clipped(text.substr(0, isCut ? length - 1 : length));
+  char16_t last = 0;
   for (char16_t& character : clipped) {
     // C0, delete and C1 controls, and the line and paragraph separators.
     const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0) ||
                            character == 0x2028 || character == 0x2029;
     if (isControl) character = u' ';
+    last = character;
   }
   if (!isCut) return clipped;
-  const bool endsInHalf = !clipped.empty() && clipped.back() >= 0xD800 && clipped.back() < 0xDC00;
+  const bool endsInHalf = last >= 0xD800 && last < 0xDC00;
   if (endsInHalf) clipped.pop_back();
   clipped.push_back(kEllipsis);
   return clipped;
