@@ -190,6 +190,18 @@ TEST(CardCommandLine, optionsInAnotherOrderAreValues) {
   EXPECT_EQ(kind.kind, u"");
 }
 
+TEST(CardCommandLine, endingBeforeTheKindIsNoEnding) {
+  const ResultArguments result = parsedResult(u" --ending a --kind b");
+  EXPECT_EQ(result.kind, u"b");
+  EXPECT_EQ(result.ending, u"");
+}
+
+TEST(CardCommandLine, rankIsSoughtBeforeThePoints) {
+  const ResultArguments result = parsedResult(u" --rank 1 --points 2 --rank 3");
+  EXPECT_EQ(result.rank, u"1");
+  EXPECT_EQ(result.points, u"2 --rank 3");
+}
+
 TEST(CardCommandLine, progressIsAWholeWord) {
   EXPECT_EQ(parseCommandLine(kProgram + u" --mode progres").mode, CardMode::result);
 }

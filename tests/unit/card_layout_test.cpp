@@ -86,12 +86,27 @@ TEST_P(CardLayoutAtScale, nothingLeavesTheCardOrLiesOnSomethingElse) {
     if (layout.podium.width() > 0) boxes.push_back(layout.podium);
     for (const Piece& piece : layout.pieces) boxes.push_back(piece.box);
     for (const Mark& mark : layout.marks) boxes.push_back(mark.box);
+    if (layout.detailRail.width() > 0) boxes.push_back(layout.detailRail);
+    if (layout.tearLine.width() > 0) boxes.push_back(layout.tearLine);
     for (std::size_t one = 0; one < boxes.size(); ++one) {
       EXPECT_TRUE(isInside(boxes[one], layout)) << one;
       for (std::size_t other = 0; other < one; ++other) {
         EXPECT_FALSE(doOverlap(boxes[one], boxes[other])) << one << " and " << other;
       }
     }
+  }
+}
+
+TEST_P(CardLayoutAtScale, panelsLieBesideEachOther) {
+  for (const CardContent& content : allContents()) {
+    const CardLayout layout = layOutResult(content, GetParam(), PlainFonts(GetParam()));
+    const Box panels[] = {layout.statPanel, layout.detailRail, layout.tearLine, layout.codeField,
+                          layout.copyButton};
+    for (const Box& one : panels) {
+      for (const Box& other : panels) EXPECT_TRUE(&one == &other || !doOverlap(one, other));
+    }
+    // The line between the panel's halves is to the right of the podium.
+    EXPECT_LE(2 * layout.podium.right, layout.statPanel.left + layout.statPanel.right);
   }
 }
 
@@ -368,6 +383,133 @@ countdown 28 241 280 259
 time rail 0 294 440 298
 )"); }
 
+TEST(CardLayout, winnerWithoutPoints) {
+  EXPECT_EQ(laidOut({u"1", u"ok", u"60", u"", u"", u"1", u"0", u""}), R"(
+card 440 435
+mark 28 65 60 97 sign 0 filled
+text 28 26 220 47 font 0 ink 2 | KOV **
+text 72 63 412 99 font 1 ink 0 | *****
+text 28 121 412 139 font 2 ink 2 | **
+time 28 149 412 233 font 5 ink 0 | 1:00.00
+text 46 271 149 289 font 2 ink 2 | **
+numerals 46 297 149 325 font 5 ink 3 | #1
+text 238 271 394 289 font 2 ink 2 | **
+numerals 238 297 394 325 font 5 ink 0 | 0
+panel 28 255 412 341
+podium 157 291 202 325
+close 292 367 412 407
+countdown 28 378 280 396
+time rail 0 431 440 435
+place 1
+)");
+}
+
+TEST(CardLayout, acceptedRunThatHasNeitherRankNorPoints) {
+  EXPECT_EQ(laidOut({u"1", u"ok", u"60", u"", u"", u"0", u"0", u""}), R"(
+card 440 435
+mark 28 65 60 97 sign 0 filled
+text 28 26 220 47 font 0 ink 2 | KOV **
+text 72 63 412 99 font 1 ink 0 | *****
+text 28 121 412 139 font 2 ink 2 | **
+time 28 149 412 233 font 5 ink 0 | 1:00.00
+text 46 271 202 289 font 2 ink 2 | **
+text 46 293 202 330 font 4 ink 3 | *
+text 238 271 394 289 font 2 ink 2 | **
+text 238 293 394 330 font 4 ink 0 | *
+panel 28 255 412 341
+close 292 367 412 407
+countdown 28 378 280 396
+time rail 0 431 440 435
+)");
+}
+
+// At this scale eight numerals are exactly as wide as there is room for, and nine too wide.
+TEST(CardLayout, numberThatJustFitsIsOfNumerals) {
+  const auto pointsAt = [](const char16_t* points) {
+    constexpr float kScale = 0.705F;
+    const CardLayout layout =
+        layOutResult(describeResult({u"1", u"ok", u"60", u"", u"", u"4", points, u""}), kScale,
+                     PlainFonts(kScale));
+    const Piece& piece = layout.pieces.back();
+    EXPECT_EQ(piece.text, points);
+    return piece;
+  };
+  const Piece fits = pointsAt(u"12345678");
+  EXPECT_EQ(numeralsWidth(fits.text, static_cast<float>(fits.box.height())),
+            static_cast<float>(fits.box.width()));
+  EXPECT_EQ(fits.look, Piece::Look::numerals);
+  EXPECT_EQ(pointsAt(u"123456789").look, Piece::Look::text);
+}
+
+// More than any result has, in the order of the card.
+TEST(CardLayout, everythingAtOnce) {
+  CardContent content = describeResult(
+      {u"1", u"ok", u"60", u"normal", u"main", u"3", u"5", u"login code: K7Q2-9XFM"});
+  content.notes = {{Note::Sign::what, std::u16string(400, u'n')}, {Note::Sign::next, u"next"}};
+  content.detail = u"a detail";
+  EXPECT_EQ(described(layOutResult(content, 1, PlainFonts(1))), R"(
+card 440 759
+mark 28 65 60 97 sign 0 filled
+mark 28 411 50 433 sign 0
+mark 28 492 50 514 sign 5
+tag 28 253 108 281
+tag 116 253 168 281
+text 28 26 220 47 font 0 ink 2 | KOV **
+text 72 63 412 99 font 1 ink 0 | *****
+text 28 121 412 139 font 2 ink 2 | **
+time 28 149 412 233 font 5 ink 0 | 1:00.00
+text 40 257 96 277 font 3 ink 1 centred | ****
+text 128 257 156 277 font 3 ink 1 centred | **
+text 46 319 149 337 font 2 ink 2 | **
+numerals 46 345 149 373 font 5 ink 3 | #3
+text 238 319 394 337 font 2 ink 2 | **
+numerals 238 345 394 373 font 5 ink 0 | 5
+text 62 411 412 480 font 5 ink 0 | nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn | nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn | nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn*
+text 62 492 412 515 font 5 ink 1 | next
+text 42 537 412 555 font 6 ink 2 | a detail
+text 28 599 67 617 font 2 ink 0 | ***
+text 77 599 412 617 font 2 ink 2 | ***************
+text 42 631 306 658 font 7 ink 0 | K7Q2-9XFM
+panel 28 303 412 389
+podium 157 339 202 373
+detail rail 28 537 31 555
+tear line 0 579 440 581
+code 28 625 320 665
+copy 328 625 412 665
+close 292 691 412 731
+countdown 28 702 280 720
+time rail 0 755 440 759
+place 3
+)");
+}
+
+TEST(CardLayout, longLoginCodeIsReadOutUpToItsTwoHundredthLetter) {
+  const CardContent content = describeResult(
+      {u"1", u"ok", u"60", u"", u"", u"1", u"1", u"login code: " + std::u16string(300, u'x')});
+  const CardLayout layout = layOutResult(content, 1, PlainFonts(1));
+  EXPECT_EQ(layout.pieces.back().text, std::u16string(199, u'x') + u"…");
+}
+
+// Fonts of less height than the signs.
+class LowFonts final : public FontSet {
+ public:
+  [[nodiscard]] const TextMeasure& measure(Font font) const override {
+    return fonts_.measure(font);
+  }
+  [[nodiscard]] int lineHeight(Font /*font*/) const override { return 10; }
+
+ private:
+  PlainFonts fonts_{1};
+};
+
+TEST(CardLayout, noteStandsInTheMiddleOfItsSign) {
+  const CardLayout layout = layOutResult(describeIdle(), 1, LowFonts());
+  const Box& sign = layout.marks[1].box;
+  const Box& note = layout.pieces[2].box;
+  EXPECT_EQ(note.top - sign.top, 6);
+  EXPECT_EQ(sign.bottom - note.bottom, 6);
+}
+
 TEST(CardLayout, progressCards) {
   const auto shown = [](UploadState state, float scale) {
     return described(layOutProgress(describeProgress(state), scale, PlainFonts(scale)));
@@ -440,6 +582,11 @@ TEST(CardLayout, tallCardIsScaledIntoTheRoom) {
   EXPECT_FLOAT_EQ(fittingScale(2, 1000, 0), 0.002F);
   EXPECT_FLOAT_EQ(fittingScale(2, 1, 0), 2);
   EXPECT_FLOAT_EQ(fittingScale(2, 0, -5), 2);
+}
+
+TEST(CardLayout, cardThatJustFitsKeepsItsScaleExactly) {
+  EXPECT_NE(1.4F * 366 / 366, 1.4F);  // scaling by the height and back would not
+  EXPECT_EQ(fittingScale(1.4F, 366, 366), 1.4F);
 }
 
 // Contrast of two colours as web accessibility guidelines define it.

@@ -128,6 +128,29 @@ TEST(CardLineBreak, onePixelIsRoomForALetterOfOne) {
   EXPECT_EQ(fitLine(u"iiii", 2, NarrowMeasure()), u"…");
 }
 
+// Five pixels for a letter, none for a mark above it, four for the ellipsis, three for an
+// ellipsis that a letter leads to.
+class KerningMeasure final : public TextMeasure {
+ public:
+  [[nodiscard]] int width(std::u16string_view text) const override {
+    int width = 0;
+    for (const char16_t unit : text) {
+      width += unit == u'\u0301' ? 0 : unit != u'…' ? 5 : width > 0 ? 3 : 4;
+    }
+    return width;
+  }
+};
+
+TEST(CardLineBreak, letterThatFitsBesideANarrowerEllipsisAloneIsLeftOut) {
+  EXPECT_EQ(fitLine(u"ffff", 9, KerningMeasure()), u"f…");
+  EXPECT_EQ(fitLine(u"ffff", 8, KerningMeasure()), u"…");
+}
+
+TEST(CardLineBreak, besideAnEllipsisThatFillsTheLineStandsNothing) {
+  EXPECT_EQ(fitLine(u"\u0301ffff", 5, KerningMeasure()), u"\u0301…");
+  EXPECT_EQ(fitLine(u"\u0301ffff", 4, KerningMeasure()), u"…");
+}
+
 TEST(CardLineBreak, blankAllowsABreakBesideAnyPunctuation) {
   EXPECT_EQ(broken(u"x（ ，cd", 50), (Lines{u"x（", u"，cd"}));
 }

@@ -124,6 +124,17 @@ TEST(CardNumerals, timeHasItsHundredthsSmallerOnTheSameLine) {
   EXPECT_EQ(fingerprint(picture), 0xD9E459C38C300FA6U);
 }
 
+// So large that a degree of an arc shows, and of sizes at which no pixel depends on the last
+// bit of a sine, which may differ from machine to machine.
+TEST(CardNumerals, digitsOfALargeSizeJoinTheirStrokesExactly) {
+  Picture large(1988, 292);
+  drawNumerals(large.canvas, u"0123456789", {1, 1}, 290, kWhite);
+  EXPECT_EQ(fingerprint(large), 0x915CF76A1672AA4BU);
+  Picture larger(2056, 302);
+  drawNumerals(larger.canvas, u"0123456789", {1, 1}, 300, kWhite);
+  EXPECT_EQ(fingerprint(larger), 0x1B16AC2799AE704EU);
+}
+
 TEST(CardNumerals, timeWithoutAPointIsAllOfOneSize) {
   Picture time(50, 22);
   drawTime(time.canvas, u"1:23", {1, 1}, 20, {255, 255, 255}, {0, 0, 255});
@@ -207,6 +218,14 @@ TEST(CardPaint, signsOfALargeCard) {
   Picture picture(210, 75);
   paintProgress(picture.canvas, layout, testPalette());
   EXPECT_EQ(fingerprint(picture), 0x1E6316F186CDEF70U);
+}
+
+TEST(CardPaint, signOfAVeryLargeCardIsAWholeCircle) {
+  CardLayout layout = frameOf(140, 140, 2);
+  layout.marks = {{{11, 6, 139, 134}, Mark::Sign::none, false}};
+  Picture picture(140, 140);
+  paintProgress(picture.canvas, layout, testPalette());
+  EXPECT_EQ(fingerprint(picture), 0xAB4FDDAA31F0F735U);
 }
 
 TEST(CardPaint, signThatIsNoneIsAnEmptyCircle) {
@@ -446,6 +465,55 @@ eeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeee
   EXPECT_EQ(fingerprint(picture), 0xF1AE2FAAB220DB1EU);
 }
 
+// Every part; large enough to tell neighbouring measures apart.
+CardLayout largeResult(float scale) {
+  CardLayout layout = frameOf(360, 300, scale);
+  layout.tags = {{20, 60, 120, 104}, {130, 60, 190, 88}};
+  layout.statPanel = {20, 120, 340, 220};
+  layout.place = 2;
+  layout.podium = {90, 140, 145, 200};
+  layout.detailRail = {20, 230, 24, 250};
+  layout.tearLine = {0, 256, 360, 259};
+  layout.codeField = {20, 262, 240, 292};
+  layout.marks = {{{20, 20, 50, 50}, Mark::Sign::fail, true},
+                  {{60, 20, 85, 45}, Mark::Sign::safe, false}};
+  return layout;
+}
+
+std::uint64_t largeFingerprint(float scale) {
+  Picture picture(360, 300);
+  paintResult(picture.canvas, largeResult(scale), testPalette());
+  return fingerprint(picture);
+}
+
+// Measures in pixels are rounded, to one pixel at least: 0.3 of 1 is one, 1.4 of 6 is 8.
+TEST(CardPaint, resultCardIsPaintedAtEveryScale) {
+  EXPECT_EQ(largeFingerprint(0.3F), 0xA2468D5A91F00806U);
+  EXPECT_EQ(largeFingerprint(1), 0x2DE74992062689EEU);
+  EXPECT_EQ(largeFingerprint(1.4F), 0x506F4BFD82FA015AU);
+  EXPECT_EQ(largeFingerprint(2), 0x3629276ECCA3F246U);
+}
+
+TEST(CardPaint, noDashOfTheTearLineReachesTheEdge) {
+  CardLayout layout = frameOf(48, 9, 1);
+  layout.tearLine = {0, 6, 48, 8};
+  Palette palette = testPalette();
+  palette.isPlain = true;
+  Picture picture(48, 9);
+  paintResult(picture.canvas, layout, palette);
+  EXPECT_EQ(drawnInPalette(picture), R"(
+AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA
+AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA
+AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA
+AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA
+AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA
+e..............................................e
+e.....+eeee+......+eeee+......+eeee+...........e
+e.....+eeee+......+eeee+......+eeee+...........e
+eeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeeee
+)");
+}
+
 TEST(CardPaint, partsThatACardDoesNotHaveAreNotPainted) {
   Palette palette = testPalette();
   palette.isPlain = true;
@@ -565,6 +633,17 @@ TEST(CardPaint, barOfAContrastThemeHasAnEdge) { EXPECT_EQ(progressRail(0.5F, tru
 --++eeeeeeeee++AAAAAAAA++eeeeeeeeeee++--
 ----------------------------------------
 )"); }
+
+TEST(CardPaint, movingBarLeavesNothingOfWhereItWas) {
+  CardLayout layout = frameOf(40, 6, 1);
+  layout.timeRail = {2, 1, 38, 5};
+  Picture picture(40, 6);
+  paintProgressRail(picture.canvas, layout, testPalette(), 0.1F);
+  paintProgressRail(picture.canvas, layout, testPalette(), 0.9F);
+  Picture fresh(40, 6);
+  paintProgressRail(fresh.canvas, layout, testPalette(), 0.9F);
+  EXPECT_EQ(picture.pixels, fresh.pixels);
+}
 
 TEST(CardPaint, timeRailIsPaintedInItsBoxAlone) {
   Picture picture(24, 5);
@@ -741,6 +820,31 @@ TEST(CardPaint, buttonsShowWhatTheyAreAndWhatHappensToThem) {
 ------++++AAAAAAAAAAAAAAAAAA++++------
 --------------------------------------
 574017364959019197)");
+}
+
+TEST(CardPaint, focusOfASmallButtonIsAPixelThick) {
+  EXPECT_EQ(button({.hasFocus = true}, 0.5F), R"(
+--------------------------------------
+--+++EEEEEEEEEEEEEEEEEEEEEEEEEEEE+++--
+-++++iiiiiiiiiiiiiiiiiiiiiiiiiiii++++-
+-++++pppppppppppppppppppppppppppp++++-
+-+++pppppppppppppppppppppppppppppp+++-
+-EippppppppppppppppppppppppppppppppiE-
+-EippppppppppppppppppppppppppppppppiE-
+-EippppppppppppppppppppppppppppppppiE-
+-EippppppppppppppppppppppppppppppppiE-
+-EippppppppppppppppppppppppppppppppiE-
+-EippppppppppppppppppppppppppppppppiE-
+-EippppppppppppppppppppppppppppppppiE-
+-EippppppppppppppppppppppppppppppppiE-
+-EippppppppppppppppppppppppppppppppiE-
+-EippppppppppppppppppppppppppppppppiE-
+-+++pppppppppppppppppppppppppppppp+++-
+-++++pppppppppppppppppppppppppppp++++-
+-++++iiiiiiiiiiiiiiiiiiiiiiiiiiii++++-
+--+++EEEEEEEEEEEEEEEEEEEEEEEEEEEE+++--
+--------------------------------------
+1975991603107743317)");
 }
 
 TEST(CardPaint, buttonsOfAContrastThemeMixNoColours) {

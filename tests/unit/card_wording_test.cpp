@@ -114,10 +114,39 @@ TEST(CardWording, ranksFromOneOnAreNumbersAndThreeArePlaces) {
   }
 }
 
+TEST(CardWording, rankOfNineDigitsIsANumber) {
+  ResultArguments arguments = accepted();
+  arguments.rank = u"999999999";
+  EXPECT_EQ(describeResult(arguments).stats[0].value, u"#999999999");
+}
+
+TEST(CardWording, pointsOfTheWinnerMayBeNone) {
+  const auto pointsOf = [](const char16_t* rank, const char16_t* points) {
+    ResultArguments arguments = accepted();
+    arguments.rank = rank;
+    arguments.points = points;
+    return describeResult(arguments).stats[1].value;
+  };
+  EXPECT_EQ(pointsOf(u"1", u"0"), u"0");
+  EXPECT_EQ(pointsOf(u"1", u""), u"—");
+  EXPECT_EQ(pointsOf(u"-1", u"0"), u"—");
+  EXPECT_EQ(pointsOf(u"-1", u"7"), u"7");
+}
+
 TEST(CardWording, acceptedRunWithoutTimeSaysSo) {
   ResultArguments arguments = accepted();
   arguments.total = u"0";
   EXPECT_EQ(describeResult(arguments).time, u"—");
+}
+
+TEST(CardWording, timesThatAreNoneInAnyWritingAreNotShown) {
+  for (const char16_t* total : {u"", u"0", u"0.0", u"000.00", u"."}) {
+    ResultArguments arguments = accepted();
+    arguments.total = total;
+    const CardContent content = describeResult(arguments);
+    EXPECT_EQ(content.time, u"—");
+    EXPECT_FALSE(content.timeIsClock);
+  }
 }
 
 TEST(CardWording, networkErrorTellsWhatHappenedAndWhatComes) {
@@ -161,6 +190,15 @@ TEST(CardWording, everyRefusalOfTheLauncherIsExplained) {
     EXPECT_EQ(content.notes[1].text, u"成绩已保存在本地，不会丢。");
     EXPECT_EQ(content.notes[2].text, u"下次启动时会自动再试；有疑问请找主办方。");
   }
+}
+
+TEST(CardWording, messageMayBeNothingButItsBeginning) {
+  EXPECT_EQ(noteTexts(describeResult(undelivered(u"Network error")))[0],
+            u"没有连上比赛服务器，多半是网络问题。");
+  EXPECT_EQ(noteTexts(describeResult(undelivered(u"Network erro")))[0],
+            u"服务器没有收下这次成绩，原因见下面的英文。");
+  EXPECT_EQ(noteTexts(describeResult(undelivered(u"The race is closed")))[0],
+            u"服务器没有收下：比赛已经关闭。");
 }
 
 TEST(CardWording, refusedRunKeepsItsTime) {
@@ -241,6 +279,21 @@ TEST(CardWording, loginCodeIsKeptWholeAndOnlyTakenFromAnAcceptedRun) {
   EXPECT_EQ(describeResult(arguments).loginCode, u"");
 }
 
+TEST(CardWording, loginCodeIsTakenFromAnUnknownKindToo) {
+  ResultArguments arguments = accepted();
+  arguments.kind = u"weird";
+  EXPECT_EQ(describeResult(arguments).kind, Kind::unknown);
+  EXPECT_EQ(describeResult(arguments).loginCode, u"K7Q2");
+  EXPECT_EQ(describeResult(arguments).detail, u"");
+}
+
+TEST(CardWording, loginCodeOfNothingIsAMessage) {
+  ResultArguments arguments = accepted();
+  arguments.message = u"login code: ";
+  EXPECT_EQ(describeResult(arguments).loginCode, u"");
+  EXPECT_EQ(describeResult(arguments).detail, u"login code: ");
+}
+
 TEST(CardWording, endlessMessageIsClipped) {
   const CardContent content = describeResult(undelivered(std::u16string(10000, u'字')));
   EXPECT_EQ(content.detail.size(), 400U);
@@ -258,6 +311,16 @@ TEST(CardClipText, pairsStayWhole) {
   EXPECT_EQ(clipText(u"ab😀cd", 5), u"ab😀…");
   EXPECT_EQ(clipText(u"ab😀cd", 4), u"ab…");
   EXPECT_EQ(clipText(u"ab", 1), u"…");
+}
+
+TEST(CardClipText, onlyAPairIsTakenBackWhole) {
+  const auto cutAfter = [](char16_t unit) {
+    return clipText(std::u16string{u'a', unit, u'b', u'c'}, 3);
+  };
+  EXPECT_EQ(cutAfter(0xD7FF), (std::u16string{u'a', 0xD7FF, u'…'}));
+  EXPECT_EQ(cutAfter(0xD800), u"a…");
+  EXPECT_EQ(cutAfter(0xDBFF), u"a…");
+  EXPECT_EQ(cutAfter(0xDC00), (std::u16string{u'a', 0xDC00, u'…'}));
 }
 
 TEST(CardWording, progressTellsItsStates) {
