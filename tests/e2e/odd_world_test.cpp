@@ -56,7 +56,8 @@ TEST_F(OddWorld, twoLaunchersAtOnceDeliverTheRunAtLeastOnce) {
   std::string log;
   const auto logIsWhole = [&] {
     return log.ends_with("\r\n") && times(log, std::string(kStartLine) + "\r\n") == 2 &&
-           times(log, "game exited\r\n") == 2 && times(log, std::string(kDoneLine) + "\r\n") == 2;
+           times(log, std::string(kExited) + "\r\n") == 2 &&
+           times(log, std::string(kDoneLine) + "\r\n") == 2;
   };
   const int runs = stage::runsUnderWine() ? 3 : 1;
   for (int run = 1; run <= runs && !logIsWhole(); ++run) {

@@ -88,7 +88,7 @@ TEST(CardLineBreak, halfAPairBreaksAsAnIdeographDoes) {
   EXPECT_EQ(broken(u"\xDC00\xDC00", 20), (Lines{u"\xDC00", u"\xDC00"}));
 }
 
-TEST(CardLineBreak, nothingBehindTheTextIsLookedAt) {
+TEST(CardLineBreak, nothingAfterTheTextIsLookedAt) {
   const std::u16string text = u"ab😀";
   EXPECT_EQ(broken(std::u16string_view(text).substr(0, 3), 60), Lines{text.substr(0, 3)});
 }

@@ -143,7 +143,7 @@ TEST(FlatJson, rawValueIsNothingWithoutPatternOrEnd) {
   EXPECT_EQ(rawValueAfter("\"total\":", "\"total\":"), std::nullopt);
 }
 
-TEST(FlatJson, quotedValueIsTheNextQuotedRunBehindTheColon) {
+TEST(FlatJson, quotedValueIsTheNextQuotedRunAfterTheColon) {
   EXPECT_EQ(quotedValueAfter("{\"status\":\"ok\"}", "\"status\":"), MaybeText("ok"));
   EXPECT_EQ(quotedValueAfter("{\"status\": \"ok\"}", "\"status\":"), MaybeText("ok"));
   EXPECT_EQ(quotedValueAfter("{\"status\":\r\n\t\"ok\"}", "\"status\":"), MaybeText("ok"));
@@ -237,14 +237,14 @@ TEST(FlatJson, replacingAnAbsentRawValueChangesNothing) {
   }
 }
 
-TEST(FlatJson, numberStandsDirectlyBehindThePattern) {
+TEST(FlatJson, numberStandsDirectlyAfterThePattern) {
   EXPECT_EQ(numberAfter("{\"t\":12.5,\"t\":7}", "\"t\":", -1.0), 12.5);
   EXPECT_EQ(numberAfter("{\"t\":-3}", "\"t\":", -1.0), -3.0);
   EXPECT_EQ(numberAfter("{\"t\":1e3}", "\"t\":", -1.0), 1000.0);
   EXPECT_EQ(numberAfter("{\"t\":.5x}", "\"t\":", -1.0), 0.5);
 }
 
-TEST(FlatJson, blanksBehindTheColonAreSkippedByTheNumber) {
+TEST(FlatJson, blanksAfterTheColonAreSkippedByTheNumber) {
   EXPECT_EQ(numberAfter("{\"t\": 12.5}", "\"t\":", -1.0), 12.5);
   EXPECT_EQ(numberAfter("{\"t\":\r\n\t 12.5}", "\"t\":", -1.0), 12.5);
 }

@@ -55,7 +55,7 @@ TEST(Libraries, slashesBecomeBackslashes) {
   EXPECT_EQ(withBackslashes(""), "");
 }
 
-TEST(Libraries, realFileNamesItsLibrariesBehindTheRoot) {
+TEST(Libraries, realFileNamesItsLibrariesAfterTheRoot) {
   EXPECT_EQ(folders("c:\\program files (x86)\\steam", kRealFile),
             (Folders{"c:\\program files (x86)\\steam", "C:\\Program Files (x86)\\Steam",
                      "D:\\SteamLibrary", "E:\\Spiele\\Steam"}));

@@ -75,7 +75,7 @@ TEST(ReadDecimal, beyondTheRangeIsInfiniteOrZero) {
   EXPECT_EQ(readDecimal("1e-999"), 0.0);
 }
 
-TEST(ReadDecimal, readsNothingBehindTheEndOfTheText) {
+TEST(ReadDecimal, readsNothingAfterTheEndOfTheText) {
   for (const char* text :
        {"", " ", "-", "+", ".", "-.", "0", "0x", "1", "1.", "1d", "1d-", "1d2", "d", ".d", "n"}) {
     const launcher::FencedText fenced(std::string_view(text, std::strlen(text) + 1),

@@ -7,7 +7,7 @@
 namespace launcher {
 namespace {
 
-TEST(Paths, programFolderEndsBehindTheLastBackslash) {
+TEST(Paths, programFolderEndsAfterTheLastBackslash) {
   EXPECT_EQ(folderWithBackslash("C:\\a\\b\\launcher.exe"), "C:\\a\\b\\");
   EXPECT_EQ(folderWithBackslash("C:\\a\\"), "C:\\a\\");
   EXPECT_EQ(folderWithBackslash("\\launcher.exe"), "\\");
@@ -52,7 +52,7 @@ TEST(Paths, bothPlaceholdersAreReplacedEverywhere) {
   EXPECT_EQ(expandPath("%LOCALDATA%%APPDIR%", "C:\\p\\", "C:\\l"), "C:\\lC:\\p\\");
 }
 
-TEST(Paths, backslashBehindAppDirGivesTwo) {
+TEST(Paths, backslashAfterAppDirGivesTwo) {
   EXPECT_EQ(expandPath("%APPDIR%\\..\\data", "C:\\p\\", "C:\\l"), "C:\\p\\\\..\\data");
 }
 

@@ -332,7 +332,7 @@ TEST(RunCheck, settledTextKeepsEveryOtherByte) {
             "{\0\xFF \"status\":\"ending\"\x1A,\"ending\":\"arcade\"}\r\n\0"s);
 }
 
-TEST(RunCheck, lastSplitTimeStandsBehindTheLastKey) {
+TEST(RunCheck, lastSplitTimeStandsAfterTheLastKey) {
   EXPECT_EQ(lastSplitSeconds(kRealReceipt), 754.5);
   EXPECT_EQ(lastSplitSeconds("\"t\":1,\"t\":2,\"t\" :3,\"T\":4"), 2.0);
   EXPECT_EQ(lastSplitSeconds("\"t\": 5.5}"), 5.5);

@@ -151,7 +151,7 @@ TEST(Settings, commentLinesAreSkipped) {
   EXPECT_EQ(parsed("#player=a\n;player=b\n  #player=c\n\t;player=d\n"), kNothing);
 }
 
-TEST(Settings, commentBehindAValueIsPartOfIt) {
+TEST(Settings, commentAfterAValueIsPartOfIt) {
   EXPECT_EQ(parsed("player=a # b ; c\n"), onlyPlayer("a # b ; c"));
 }
 

@@ -60,7 +60,7 @@ TEST(Submission, difficultyWithABlankBeforeItsColonIsNone) {
             "{\"player\":\"a\",\"difficulty\":\"normal\",\"Difficulty\":\"easy\"}");
 }
 
-TEST(Submission, payloadKeepsWhatStandsBehindTheReceiptsLastBrace) {
+TEST(Submission, payloadKeepsWhatStandsAfterTheReceiptsLastBrace) {
   EXPECT_EQ(submissionPayload("a", "", "normal", "{\"total\":1}\r\n \0\xFF"s),
             "{\"player\":\"a\",\"difficulty\":\"normal\",\"total\":1}\r\n \0\xFF"s);
 }
@@ -87,7 +87,7 @@ TEST(Submission, addressOfAServerWithSlashes) {
   EXPECT_EQ(stripTrailingSlashes("https://host/race//") + "/submit", "https://host/race/submit");
 }
 
-TEST(Submission, tokenIsTheQuotedValueBehindItsKey) {
+TEST(Submission, tokenIsTheQuotedValueAfterItsKey) {
   EXPECT_EQ(replyToken("{\"accepted\":true,\"token\":\"abc123\"}"), "abc123");
   EXPECT_EQ(replyToken("{\"token\": \"abc\"}"), "abc");
   EXPECT_EQ(replyToken("{\"accepted\":false,\"token\":\" a b \"}"), " a b ");

@@ -118,7 +118,7 @@ TEST(Text, quotedAddsQuotesAndEscapesNothing) {
   EXPECT_EQ(quoted("a\"b\\"), "\"a\"b\\\"");
 }
 
-TEST(Text, piecesEndBehindLineFeeds) {
+TEST(Text, piecesEndAfterLineFeeds) {
   EXPECT_EQ(linePieces("a\nb\r\n\nc", 1024), (Pieces{"a\n", "b\r\n", "\n", "c"}));
   EXPECT_EQ(linePieces("a\n", 1024), (Pieces{"a\n"}));
   EXPECT_EQ(linePieces("\r", 1024), (Pieces{"\r"}));
@@ -130,7 +130,7 @@ TEST(Text, longLineComesInPiecesOfOneByteLessThanTheBuffer) {
   EXPECT_EQ(linePieces("abcdef", 4), (Pieces{"abc", "def"}));
 }
 
-TEST(Text, lineFeedBehindAFullPieceIsAPieceOfItsOwn) {
+TEST(Text, lineFeedAfterAFullPieceIsAPieceOfItsOwn) {
   EXPECT_EQ(linePieces("abc\nd", 4), (Pieces{"abc", "\n", "d"}));
   EXPECT_EQ(linePieces("ab\nd", 4), (Pieces{"ab\n", "d"}));
 }

@@ -122,7 +122,7 @@ TEST(TimeReply, blanksAreSkippedBeforeNumbersOnly) {
   expectNoTime("1 :02");
 }
 
-TEST(TimeReply, failedThreeFieldReadLeavesNothingBehind) {
+TEST(TimeReply, failedThreeFieldReadLeavesNothingAfter) {
   // The hours and minutes of the first attempt must not slip into the second.
   expectSeconds("5:07.25", 307.25);
 }

@@ -24,7 +24,7 @@ TEST(WeeklyFiles, sixFilesAreFetchedInThisOrder) {
   EXPECT_STREQ(kWeekFile.name, "week.json");
 }
 
-TEST(Seed, digitsBehindTheKeyAreTheSeed) {
+TEST(Seed, digitsAfterTheKeyAreTheSeed) {
   EXPECT_EQ(scanSeed("{\"week\":\"2026-W47\",\"seed\": 12345,\"map\":\"Level 0\"}"), "12345");
   EXPECT_EQ(scanSeed("{\"seed\":12345}"), "12345");
   EXPECT_EQ(scanSeed("\"seed\":7"), "7");
@@ -66,7 +66,7 @@ TEST(Seed, valueThatIsNoPlainNumberGivesNoSeed) {
   EXPECT_EQ(scanSeed("{\"seed\": \t"), "");
 }
 
-TEST(Seed, nothingBehindTheTextIsRead) {
+TEST(Seed, nothingAfterTheTextIsRead) {
   EXPECT_EQ(scanSeed(std::string_view("\"seed\":123456").substr(0, 9)), "12");
 }
 

@@ -85,7 +85,7 @@ TEST(SettingsCheck, doubledKeysAreTold) {
               ElementsAre("launcher.ini has \"server\" twice, in line 2 and line 9"));
 }
 
-TEST(SettingsCheck, commentsBehindValuesAreTold) {
+TEST(SettingsCheck, commentsAfterValuesAreTold) {
   for (const std::string value : {"0 # off", "0\t; off", "0 // off"}) {
     EXPECT_THAT(complaintsAbout("timer=" + value + "\n"),
                 Contains("launcher.ini has a comment behind the value of \"timer\" (line 9)"))
@@ -525,7 +525,7 @@ TEST(ServerCheck, wrongAnswersAreTold) {
   EXPECT_FALSE(noneFailed(findings));
 }
 
-TEST(ServerCheck, aSeedBehindBlanksIsRead) {
+TEST(ServerCheck, aSeedAfterBlanksIsRead) {
   stage::RaceServer server;
   server.answer("GET", "/week/current", stage::Reply::json("{\"seed\" :\t 7}"));
   EXPECT_THAT(complaints(checkServer(server.url())), IsEmpty());

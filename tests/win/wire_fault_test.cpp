@@ -200,7 +200,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 
 // What has been read before the connection breaks is kept, whatever becomes of the last part.
-TEST(WireFaultLate, resetBehindAPartLeavesWhatWasReadBefore) {
+TEST(WireFaultLate, resetAfterAPartLeavesWhatWasReadBefore) {
   std::string part(20000, '\0');
   for (std::size_t i = 0; i < part.size(); ++i) part[i] = static_cast<char>(i % 251);
   RaceServer server;
