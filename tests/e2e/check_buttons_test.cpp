@@ -233,7 +233,7 @@ TEST_F(CheckButtons, markOfAProgramThatAnotherProgramHolds) {
   {
     const HANDLE file = CreateFileW(mark.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0,
                                     nullptr);
-    if (file == INVALID_HANDLE_VALUE) GTEST_SKIP() << "no file here can be marked as downloaded";
+    if (file == INVALID_HANDLE_VALUE) GTEST_SKIP() << "this drive keeps no marks (a file system without streams)";
     CloseHandle(file);
   }
   {

@@ -11,6 +11,7 @@
 #include "check/actions.h"
 #include "check/report.h"
 #include "tests/e2e/full_run.h"
+#include "tests/e2e/unsent_run.h"
 
 namespace e2e {
 namespace {
@@ -433,16 +434,7 @@ TEST_F(Check, aRefusedRunWaitsUntilItIsSentAgain) {
 TEST_F(Check, aRunThatWasNeverSentCanBeQueuedAlsoAfterAnother) {
   putUp();
   const std::string first = stage::finishedRun().text();
-  stage::writeFile(machine.data() / "receipts" / "receipt_20250301_214502.json", first);
-  stage::Receipt other = stage::finishedRun();
-  other.seed = "2";
-  stage::writeFile(machine.data() / "receipts" / "receipt_20250302_214502.json", other.text());
-  const std::string archived = "stage: launching game\r\nreceipt archived: S:\\receipt_";
-  stage::writeFile(machine.log(),
-                   std::string(kStartLine) + "\r\n" + archived + "20250301_214502.json\r\n" +
-                       kStartLine + "\r\n" + archived + "20250302_214502.json\r\n" +
-                       "upload response: {\"accepted\":true}\r\nstage: upload done (ok=1)\r\n" +
-                       kDoneLine + "\r\n");
+  putDownUnsentRun(machine);
   check::RunRows rows = runs();
   ASSERT_EQ(rows.size(), 2U);
   EXPECT_EQ(rows[0].fate, check::Fate::accepted);

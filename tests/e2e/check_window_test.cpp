@@ -5,6 +5,7 @@
 
 #include "tests/e2e/check_window_driver.h"
 #include "tests/e2e/full_run.h"
+#include "tests/e2e/unsent_run.h"
 
 namespace e2e {
 namespace {
@@ -48,20 +49,6 @@ class CheckWindowTest : public ::testing::Test {
     return page;
   }
 
-  /// A finished run that nothing says was sent, and one after it that was accepted.
-  void putDownUnsentRun() const {
-    stage::writeFile(machine.data() / "receipts" / "receipt_20250301_214502.json",
-                     stage::finishedRun().text());
-    stage::Receipt other = stage::finishedRun();
-    other.seed = "2";
-    stage::writeFile(machine.data() / "receipts" / "receipt_20250302_214502.json", other.text());
-    const std::string archived = "stage: launching game\r\nreceipt archived: S:\\receipt_";
-    stage::writeFile(machine.log(),
-                     std::string(kStartLine) + "\r\n" + archived + "20250301_214502.json\r\n" +
-                         kStartLine + "\r\n" + archived + "20250302_214502.json\r\n" +
-                         "upload response: {\"accepted\":true}\r\nstage: upload done (ok=1)\r\n" +
-                         kDoneLine + "\r\n");
-  }
   [[nodiscard]] fs::path queued() const {
     return machine.data() / "pending" / "p_20250301_214502.json";
   }
@@ -151,7 +138,7 @@ TEST_F(CheckWindow, closesAtOnceWhileAQuestionIsPending) {
 }
 
 TEST_F(CheckWindow, everythingIsDoneByKeyboardAlone) {
-  putDownUnsentRun();
+  putDownUnsentRun(machine);
   machine.writeLibraryFolders(std::vector<fs::path>{});  // the game is in none of them
   CheckWindowDriver check = open();
   ASSERT_TRUE(check.waitForAnswers());

@@ -127,7 +127,7 @@ done
 class Https : public e2e::UploadTest {
  protected:
   void SetUp() override {
-    if (!unix_shell::available()) GTEST_SKIP() << "the encrypted servers run below Wine only";
+    if (!unix_shell::available()) GTEST_SKIP() << "the encrypted servers are programs of the Linux below Wine";
     std::filesystem::create_directories(folder_);
     std::string ports = "plain=" + std::to_string(server.port()) + "\n";
     for (const char* name : {"right", "named", "late", "stranger"}) {
@@ -135,7 +135,7 @@ class Https : public e2e::UploadTest {
     }
     const auto made = unix_shell::run(folder_, ports + kPutUp);
     ASSERT_TRUE(made);
-    if (made->exitCode == 77) GTEST_SKIP() << "openssl or socat is not installed";
+    ASSERT_NE(made->exitCode, 77) << "openssl or socat is missing; scripts/setup installs both";
     ASSERT_EQ(made->exitCode, 0) << made->output;
     authority_ = std::make_unique<TrustedAuthority>(
         stage::readFile(folder_ / "kov.der").value_or(""));

@@ -11,7 +11,10 @@
 
 namespace e2e {
 
-/// A folder of the stage with a small file system of its own, for programs of this lane only.
+/// A folder of the stage with a small file system of its own, for programs of this lane only. It
+/// is what can be full, or refuse the administrator, whom a read-only folder does not stop.
+/// Tests that need it are skipped where Linux lets nobody mount one: on Windows itself, outside
+/// of a lane, and in a container without that right.
 class SmallDisk {
  public:
   explicit SmallDisk(const std::filesystem::path& folder) : folder_(folder) {
@@ -26,11 +29,11 @@ class SmallDisk {
 
   /// Why it cannot be had; empty when it is there.
   std::string mount(const std::string& options) {
-    if (!unix_shell::ownMounts()) return "nothing can be mounted here but for everybody";
+    if (!unix_shell::ownMounts()) return "no lane: whatever is mounted here would be mounted for the whole machine";
     const auto result = unix_shell::run(
         tools_, "mount -t tmpfs -o " + options + " kov " + quoted() + " && chmod 755 " + quoted());
     mounted_ = result && result->exitCode == 0;
-    return mounted_ ? "" : "mount fails: " + (result ? result->output : "it does not end");
+    return mounted_ ? "" : "this machine lets nobody mount a disk in a lane: " + (result ? result->output : "it does not end");
   }
   /// Writes until nothing more goes onto it.
   void fill() const {

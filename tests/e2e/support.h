@@ -19,8 +19,7 @@ namespace e2e {
 
 using Lines = std::vector<std::string>;
 
-// The fixed lines
-// ----------------------------------------------------------------------------------
+// The fixed lines -----------------------------------------------------------------------------
 
 inline constexpr char kStartLine[] = "=== KOV launcher start (build 2026-10-28 13:45) ===";
 inline constexpr char kIncomplete[] =
@@ -87,8 +86,7 @@ inline constexpr char kNormal[] = "difficulty from game (receipt): normal";
 inline constexpr char kAccepted[] = "{\"accepted\":true,\"rank\":3,\"points\":90}";
 inline constexpr char kRefusal[] = "{\"accepted\":false,\"error\":\"race is closed\"}";
 
-// Logs
-// ---------------------------------------------------------------------------------------------
+// Logs ----------------------------------------------------------------------------------------
 
 /// The text with the digits after every `before` replaced by "#": process ids ("pid 123").
 inline std::string maskNumbers(std::string text, std::string_view before = "pid ") {
@@ -145,8 +143,7 @@ inline Lines joined(std::initializer_list<Lines> parts) {
   return all;
 }
 
-// The machine
-// --------------------------------------------------------------------------------------
+// The machine ---------------------------------------------------------------------------------
 
 /// The texts of the files in a folder, in the order of their names.
 inline Lines textsIn(const std::filesystem::path& folder) {

@@ -830,8 +830,7 @@ std::vector<OddMachine> oddJudgements() {
   };
 }
 
-// The reply, the page and the card
-// -----------------------------------------------------------------
+// The reply, the page and the card ------------------------------------------------------------
 
 /// A run whose submission is answered with this.
 OddMachine answered(const char* name, const std::string& reply) {
