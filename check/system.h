@@ -55,7 +55,8 @@ namespace launcher::check {
 [[nodiscard]] std::optional<std::string> readFileEnd(const std::string& path, std::size_t bytes);
 
 /// Replaces a file in one step, by way of a new one beside it: it is never half-written. False,
-/// with the file untouched, when Windows refuses or another program has it open.
+/// with the file untouched, when Windows refuses for a second or another program has it open for
+/// longer than that.
 [[nodiscard]] bool replaceFile(const std::string& path, const std::string& bytes);
 
 /// Writes a new file; false when one of that name exists or it cannot be written whole.

@@ -8,6 +8,10 @@ namespace {
 
 constexpr char kProbe[] = "kov_check.tmp";
 constexpr wchar_t kMark[] = L":Zone.Identifier";
+/// How often, and how far apart, a file that another program has open is tried: a virus scanner
+/// is done in a moment.
+constexpr int kReplaceTries = 20;
+constexpr DWORD kReplacePauseMs = 50;
 
 std::string number(unsigned long value) { return std::to_string(value); }
 
@@ -139,9 +143,12 @@ bool replaceFile(const std::string& path, const std::string& bytes) {
   const std::string fresh = path + ".kov-new";
   (void)DeleteFileA(fresh.c_str());
   if (!writeNewFile(fresh, bytes)) return false;
-  if (MoveFileExA(fresh.c_str(), path.c_str(),
-                  MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-    return true;
+  for (int i = 0; i < kReplaceTries; ++i) {
+    if (i > 0) Sleep(kReplacePauseMs);
+    if (MoveFileExA(fresh.c_str(), path.c_str(),
+                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+      return true;
+    }
   }
   (void)DeleteFileA(fresh.c_str());
   return false;

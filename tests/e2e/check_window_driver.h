@@ -244,17 +244,38 @@ class CheckWindowDriver {
     SetForegroundWindow(window_);
     return waitUntil([this] { return GetForegroundWindow() == window_ && focus() != nullptr; });
   }
-  /// Waits for a box of the program over its window, in front of everything.
-  HWND waitForBox() {
+  /// Waits for a box of the program over its window, in front of everything; not for one that
+  /// was there before.
+  HWND waitForBox(HWND before = nullptr) {
     HWND box = nullptr;
-    waitUntil([&] {
+    const bool came = waitUntil([&] {
       box = find(L"#32770");
-      return box != nullptr && GetForegroundWindow() == box;
+      return box != nullptr && box != before && GetForegroundWindow() == box;
     });
-    return box;
+    return came ? box : nullptr;
   }
+  /// Waits until the box is gone and the window has the keyboard again.
   bool waitForNoBox() {
-    return waitUntil([this] { return find(L"#32770") == nullptr && IsWindowEnabled(window_); });
+    return waitUntil([this] {
+      return find(L"#32770") == nullptr && IsWindowEnabled(window_) &&
+             GetForegroundWindow() == window_ && focus() != nullptr;
+    });
+  }
+  /// True when a part of the box says this, and perhaps more behind it.
+  [[nodiscard]] static bool says(HWND box, std::string_view start) {
+    struct Search {
+      std::string_view start;
+      bool found;
+    } search{start, false};
+    EnumChildWindows(
+        box,
+        [](HWND part, LPARAM data) -> BOOL {
+          auto& wanted = *reinterpret_cast<Search*>(data);
+          wanted.found = textOfWindow(part).starts_with(wanted.start);
+          return !wanted.found;
+        },
+        reinterpret_cast<LPARAM>(&search));
+    return search.found;
   }
 
   // End ------------------------------------------------------------------------------------

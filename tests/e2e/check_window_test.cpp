@@ -227,9 +227,14 @@ TEST_F(CheckWindow, theTimersServerIsSwitchedOnWhenThePlayerAgrees) {
   ASSERT_TRUE(check.waitForNoBox());
   EXPECT_EQ(stage::readFile(config), before);
   check.press({VK_RETURN});
-  ASSERT_NE(check.waitForBox(), nullptr);
+  const HWND question = check.waitForBox();
+  ASSERT_NE(question, nullptr);
   check.press({VK_RETURN});
-  EXPECT_TRUE(waitUntil([&] { return stage::readFile(config) != before; }));
+  // Not before the result: a reader of the file would be in the way of its replacement.
+  const HWND result = check.waitForBox(question);
+  ASSERT_NE(result, nullptr);
+  EXPECT_NE(stage::readFile(config), before);
+  EXPECT_TRUE(check.says(result, "The server will start with LiveSplit from now on."));
 }
 
 TEST_F(CheckWindow, theSupportFileIsWrittenWhereItCanBe) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "check/system.h"
 #include "core/file_io.h"
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/text.h"
@@ -126,6 +127,22 @@ TEST_F(ReplacedReceipt, byDeletingAndWritingIsAStartAtMost) {
         << times << " times: " << outcome.substr(0, 100);
     RecordProperty(outcome.substr(0, 10), times);
   }
+}
+
+// What the companion writes anew, LiveSplit's settings for one, is a file that scanners look at.
+TEST_F(ReplacedReceipt, byTheCompanionWaitsForAReaderOfAMoment) {
+  HANDLE reader = CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                              0, nullptr);
+  ASSERT_NE(reader, INVALID_HANDLE_VALUE);
+  std::thread ends([this, reader] {
+    const ULONGLONG limit = GetTickCount64() + 10000;
+    while (!fs::exists(folder / "receipt.json.kov-new") && GetTickCount64() < limit) Sleep(1);
+    Sleep(60);
+    (void)CloseHandle(reader);
+  });
+  EXPECT_TRUE(check::replaceFile(stage::textOf(file), second));
+  ends.join();
+  EXPECT_EQ(stage::readFile(file), second);
 }
 
 }  // namespace
