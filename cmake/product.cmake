@@ -19,8 +19,10 @@ elseif(KOV_FUZZ)
     -O1 -g -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all)
   target_link_options(kov_flags INTERFACE -fsanitize=address,undefined)
 elseif(KOV_SANITIZE)
+  # A test's own code takes twice as long to compile at -O1, and is about as fast.
   target_compile_options(kov_flags INTERFACE
-    -O1 -g -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)
+    $<IF:$<BOOL:$<TARGET_PROPERTY:KOV_IS_TEST>>,-O0,-O1> -g1
+    -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)
   target_link_options(kov_flags INTERFACE -fsanitize=address,undefined)
 elseif(KOV_COVERAGE)
   # Clang counts by the source's own conditions: what the compiler adds for exceptions and
