@@ -334,7 +334,10 @@ struct RaceServer::Impl {
   ~Impl() { stop(); }
 
   void accept() {
+    accepting = true;
     acceptor.async_accept([this](const ErrorCode& error, tcp::socket socket) {
+      accepting = false;
+      if (!acceptor.is_open()) context.stop();
       if (error) return;
       const unsigned number = desk.locked([this] {
         return static_cast<unsigned>(++desk.connections_);
@@ -350,16 +353,20 @@ struct RaceServer::Impl {
 
   void stop() {
     if (!thread.joinable()) return;
-    context.stop();
+    // Not before the pending accept has ended: until then Wine keeps the port open.
+    asio::post(context, [this] {
+      ErrorCode ignored;
+      acceptor.close(ignored);
+      if (!accepting) context.stop();
+    });
     thread.join();
-    ErrorCode ignored;
-    acceptor.close(ignored);
     for (const std::weak_ptr<Session>& open : sessions) {
       if (const std::shared_ptr<Session> session = open.lock()) session->close();
     }
   }
 
   bool keepAlive;
+  bool accepting = false;
   Desk desk;
   asio::io_context context{1};
   tcp::acceptor acceptor;
