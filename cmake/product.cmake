@@ -24,7 +24,8 @@ elseif(KOV_SANITIZE)
     $<IF:$<BOOL:$<TARGET_PROPERTY:KOV_IS_TEST>>,-O0,-O1> -g1
     -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)
   # An index beyond a text's end is within its memory, so that only the library sees it.
-  target_compile_definitions(kov_flags INTERFACE _GLIBCXX_ASSERTIONS)
+  target_compile_definitions(kov_flags INTERFACE
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:KOV_IS_TEST>>>:_GLIBCXX_ASSERTIONS>)
   target_link_options(kov_flags INTERFACE -fsanitize=address,undefined)
 elseif(KOV_COVERAGE)
   # Clang counts by the source's own conditions: what the compiler adds for exceptions and

@@ -351,7 +351,7 @@ struct RaceServer::Impl {
     });
   }
 
-  void stop() {
+  void closePort() {
     if (!thread.joinable()) return;
     // Not before the pending accept has ended: until then Wine keeps the port open.
     asio::post(context, [this] {
@@ -360,6 +360,10 @@ struct RaceServer::Impl {
       if (!accepting) context.stop();
     });
     thread.join();
+  }
+
+  void stop() {
+    closePort();
     for (const std::weak_ptr<Session>& open : sessions) {
       if (const std::shared_ptr<Session> session = open.lock()) session->close();
     }
@@ -423,6 +427,8 @@ void RaceServer::setRules(const Rules& rules) {
 std::vector<BoardRow> RaceServer::leaderboard() const {
   return impl_->desk.locked([this] { return impl_->desk.organiser_.leaderboard(); });
 }
+
+void RaceServer::closePort() { impl_->closePort(); }
 
 void RaceServer::stop() { impl_->stop(); }
 

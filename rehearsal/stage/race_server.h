@@ -115,7 +115,10 @@ class RaceServer {
   /// The leaderboard of the current week, best first.
   [[nodiscard]] std::vector<BoardRow> leaderboard() const;
 
-  /// Stops listening and closes every connection: from then on connecting is refused.
+  /// Stops listening: from then on connecting is refused. What is connected stays so and gets no
+  /// answer any more.
+  void closePort();
+  /// Stops listening, and closes every connection.
   /// Called by the destructor too.
   void stop();
 
