@@ -84,7 +84,19 @@ struct FileSystem::Place {
   }
 };
 
-FileSystem::FileSystem() { addDrive('C'); }
+/// What one machine has found out the next one knows; a thread forgets it when it is more than
+/// usual runs ask for.
+std::shared_ptr<FileSystem::Places> FileSystem::placesFrom(const Units& current) {
+  constexpr std::size_t kMostFolders = 100;
+  constexpr std::size_t kMostPlaces = 20000;
+  thread_local std::map<Units, std::shared_ptr<Places>> known;
+  if (known.size() > kMostFolders) known.clear();
+  std::shared_ptr<Places>& places = known[current];
+  if (!places || places->size() > kMostPlaces) places = std::make_shared<Places>();
+  return places;
+}
+
+FileSystem::FileSystem() : places_(placesFrom(current_)) { addDrive('C'); }
 FileSystem::~FileSystem() = default;
 
 void FileSystem::addDrive(char letter) {
@@ -98,11 +110,11 @@ void FileSystem::setFull(char letter, bool full) {
 
 void FileSystem::setCurrentFolder(std::string_view path) {
   current_ = fromUtf8(path);
-  places_.clear();
+  places_ = placesFrom(current_);
 }
 
 const FileSystem::Place* FileSystem::place(const Units& asked) const {
-  const auto [known, isNew] = places_.try_emplace(asked);
+  const auto [known, isNew] = places_->try_emplace(asked);
   if (isNew) known->second = findPlace(asked);
   return known->second.get();
 }
@@ -300,8 +312,10 @@ FileError FileSystem::list(const Units& pattern, std::vector<ListedFile>& found)
 
 File& FileSystem::make(std::string_view path, bool isFolder) {
   const Place& there = *place(fromUtf8(path));
-  for (std::size_t slash = there.key.find(u'\\', 3); slash != Units::npos;
-       slash = there.key.find(u'\\', slash + 1)) {
+  const auto parent = files_.find(there.parentKey());
+  const bool isInFolder = parent != files_.end() && parent->second.isFolder;
+  for (std::size_t slash = isInFolder ? Units::npos : there.key.find(u'\\', 3);
+       slash != Units::npos; slash = there.key.find(u'\\', slash + 1)) {
     File& folder = files_[there.key.substr(0, slash)];
     if (folder.isFolder) continue;
     const std::size_t before = there.shown.rfind(u'\\', slash - 1);
@@ -349,20 +363,31 @@ std::map<std::string, std::string> FileSystem::below(std::string_view path) cons
   std::map<std::string, std::string> all;
   const Place& there = *place(fromUtf8(path));
   const Units start = there.name.empty() ? there.key : there.key + u"\\";
-  std::map<Units, std::string> shownFolders = {
-      {start, toUtf8(there.name.empty() ? there.shown : there.shown + u"\\")}};
+  // By their keys, without the last slash.
+  std::unordered_map<std::u16string_view, std::string> shownFolders = {
+      {std::u16string_view(start).substr(0, start.size() - 1),
+       toUtf8(there.name.empty() ? there.shown : there.shown + u"\\")}};
   for (auto file = files_.upper_bound(start);
        file != files_.end() && file->first.starts_with(start); ++file) {
-    const std::size_t last = file->first.rfind(u'\\');
-    const std::string folder = shownFolders[file->first.substr(0, last + 1)];
-    std::string shown = folder + toUtf8(file->second.name);
+    const std::u16string_view key = file->first;
+    std::string shown = shownFolders[key.substr(0, key.rfind(u'\\'))];
+    shown += toUtf8(file->second.name);
     if (file->second.isFolder) {
       shown += '\\';
-      shownFolders[file->first + u"\\"] = shown;
+      shownFolders[key] = shown;
     }
-    all[shown] = file->second.bytes;
+    all.emplace_hint(all.end(), std::move(shown), file->second.bytes);
   }
   return all;
+}
+
+bool FileSystem::hasBelow(std::string_view path, std::string_view bytes) const {
+  const Units start = place(fromUtf8(path))->key + u"\\";
+  for (auto file = files_.upper_bound(start);
+       file != files_.end() && file->first.starts_with(start); ++file) {
+    if (!file->second.isFolder && file->second.bytes == bytes) return true;
+  }
+  return false;
 }
 
 }  // namespace machine

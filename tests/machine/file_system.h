@@ -78,6 +78,8 @@ class FileSystem {
   /// Every file below a folder, by its whole path in UTF-8, with its bytes; folders end in a
   /// backslash.
   [[nodiscard]] std::map<std::string, std::string> below(std::string_view path) const;
+  /// Whether a file below a folder has exactly these bytes.
+  [[nodiscard]] bool hasBelow(std::string_view path, std::string_view bytes) const;
 
   // What Windows does, by paths in UTF-16.
 
@@ -102,6 +104,8 @@ class FileSystem {
 
  private:
   struct Place;
+  using Places = std::unordered_map<Units, std::unique_ptr<Place>>;
+  [[nodiscard]] static std::shared_ptr<Places> placesFrom(const Units& current);
   /// Where a path leads; nullptr for one that can name no file.
   [[nodiscard]] const Place* place(const Units& path) const;
   [[nodiscard]] std::unique_ptr<Place> findPlace(const Units& path) const;
@@ -116,8 +120,9 @@ class FileSystem {
   std::map<Units, File> files_;  ///< by path in upper case
   std::map<char16_t, bool> full_;
   Units current_ = u"C:\\";
-  /// What place() found, which depends on the text and the current folder alone.
-  mutable std::unordered_map<Units, std::unique_ptr<Place>> places_;
+  /// What place() found, which depends on the text and the current folder alone: the machines
+  /// of thousands of worlds share it.
+  std::shared_ptr<Places> places_;
 };
 
 }  // namespace machine

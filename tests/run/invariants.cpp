@@ -42,42 +42,52 @@ std::string written(const std::string& line) {
 
 bool beginsWith(std::string_view text, std::string_view start) { return text.starts_with(start); }
 
-Kind kindOf(const Scene& scene, const std::string& path) {
-  const std::string data = scene.data() + "\\";
-  if (path == scene.app() + "\\launcher.log") return Kind::log;
-  if (path == scene.receipt()) return Kind::receipt;
-  if (path == scene.world.root + "\\ls\\settings.cfg") return Kind::layout;
-  if (path == data) return Kind::state;
-  if (beginsWith(path, data)) {
-    const std::string_view name = std::string_view(path).substr(data.size());
-    if (name == "kovw_result.json") return Kind::modResult;
-    if (name == "pending\\" || name == "receipts\\") return Kind::state;
-    if (beginsWith(name, "pending\\p_")) return Kind::queueEntry;
-    if (beginsWith(name, "receipts\\receipt_")) return Kind::archive;
-    if (std::find(kStateFiles.begin(), kStateFiles.end(), name) != kStateFiles.end()) {
-      return Kind::state;
-    }
-    return Kind::other;
-  }
-  const std::string game = scene.gameFolder() + "\\";
-  if (beginsWith(path, game + "ue4ss\\") || path == game + "dwmapi.dll") return Kind::mod;
-  return Kind::other;
+/// Where the files of a scene lie. Folders end in a backslash.
+struct Places {
+  explicit Places(const Scene& scene)
+      : log(scene.app() + "\\launcher.log"),
+        receipt(scene.receipt()),
+        layout(scene.world.root + "\\ls\\settings.cfg"),
+        data(scene.data() + "\\"),
+        modFolder(scene.gameFolder() + "\\ue4ss\\"),
+        modLoader(scene.gameFolder() + "\\dwmapi.dll") {}
+  std::string log, receipt, layout, data, modFolder, modLoader;
+};
+
+/// What a file of the data folder is, by its name from there.
+Kind kindInData(std::string_view name) {
+  if (name.empty()) return Kind::state;
+  if (name == "kovw_result.json") return Kind::modResult;
+  if (name == "pending\\" || name == "receipts\\") return Kind::state;
+  if (beginsWith(name, "pending\\p_")) return Kind::queueEntry;
+  if (beginsWith(name, "receipts\\receipt_")) return Kind::archive;
+  const bool isState = std::find(kStateFiles.begin(), kStateFiles.end(), name) != kStateFiles.end();
+  return isState ? Kind::state : Kind::other;
+}
+
+Kind kindOf(const Places& places, std::string_view path) {
+  if (path == places.log) return Kind::log;
+  if (path == places.receipt) return Kind::receipt;
+  if (path == places.layout) return Kind::layout;
+  if (beginsWith(path, places.data)) return kindInData(path.substr(places.data.size()));
+  const bool isMod = beginsWith(path, places.modFolder) || path == places.modLoader;
+  return isMod ? Kind::mod : Kind::other;
 }
 
 /// What the file would be in a data folder elsewhere.
-Kind kindElsewhere(const Scene& scene, const std::string& path) {
+Kind kindElsewhere(std::string_view path) {
   const std::size_t end = path.size() - (path.ends_with('\\') ? 1 : 0);
   const std::size_t name = path.rfind('\\', end - 1) + 1;
-  const Kind direct = kindOf(scene, scene.data() + "\\" + path.substr(name));
+  const Kind direct = kindInData(path.substr(name));
   if (direct != Kind::other || name < 2) return direct;
   const std::size_t folder = path.rfind('\\', name - 2) + 1;
-  return kindOf(scene, scene.data() + "\\" + path.substr(folder));
+  return kindInData(path.substr(folder));
 }
 
 /// Checks one run; every broken invariant is a line.
 class Check {
  public:
-  Check(const Scene& scene, const Play& play) : scene_(scene), play_(play) {}
+  Check(const Scene& scene, const Play& play) : scene_(scene), play_(play), places_(scene) {}
 
   std::vector<std::string> all() {
     ends();
@@ -133,6 +143,7 @@ class Check {
 
   const Scene& scene_;
   const Play& play_;
+  const Places places_;
   std::vector<std::string> broken_;
 };
 
@@ -199,7 +210,7 @@ void Check::keepsFile(const std::string& path, const std::string& bytes,
   const bool same = after && *after == bytes;
   const bool isOurs = after && std::find(scene_.results.begin(), scene_.results.end(), *after) !=
                                    scene_.results.end();
-  switch (kindOf(scene_, path)) {
+  switch (kindOf(places_, path)) {
     case Kind::log:
       require(after && after->starts_with(bytes), "the log lost earlier lines");
       break;
@@ -234,10 +245,10 @@ void Check::keepsFile(const std::string& path, const std::string& bytes,
 }
 
 Kind Check::kindOfNew(const std::string& path) const {
-  const Kind kind = kindOf(scene_, path);
+  const Kind kind = kindOf(places_, path);
   if (kind != Kind::other || !dataFolderIsCut()) return kind;
   const bool isFolder = path.ends_with('\\');  // the data folder itself
-  const Kind elsewhere = kindElsewhere(scene_, path);
+  const Kind elsewhere = kindElsewhere(path);
   return elsewhere == Kind::other && isFolder ? Kind::state : elsewhere;
 }
 
@@ -265,7 +276,7 @@ void Check::keepsFiles() {
 void Check::sendsOnce() {
   std::ptrdiff_t entries = 0;
   for (const auto& [path, bytes] : play_.before) {
-    if (kindOf(scene_, path) == Kind::queueEntry) ++entries;
+    if (kindOf(places_, path) == Kind::queueEntry) ++entries;
   }
   std::ptrdiff_t submissions = 0;
   std::ptrdiff_t reports = 0;

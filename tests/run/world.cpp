@@ -377,10 +377,7 @@ bool Scene::isInReceipt(const std::string& seed) const {
 }
 
 bool Scene::holds(std::string_view folder, const std::string& seed) const {
-  const auto files = machine.files.below(data() + "\\" + std::string(folder));
-  return std::any_of(files.begin(), files.end(), [&](const auto& file) {
-    return file.second == finished.at(seed);
-  });
+  return machine.files.hasBelow(data() + "\\" + std::string(folder), finished.at(seed));
 }
 
 bool Scene::isQueued(const std::string& seed) const { return holds("pending", seed); }
