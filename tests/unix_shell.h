@@ -61,6 +61,10 @@ inline std::optional<Result> run(const std::filesystem::path& folder, const std:
   return result;
 }
 
+/// For a script: where the private keys lie that are made with the tests, authority.key and
+/// server.key (RSA, 2048 bits). They are of no use elsewhere.
+inline std::string keysFolder() { return pathOf(stage::programFolder()); }
+
 /// True when programs of the machine may mount file systems without anybody else noticing: the
 /// lane has a list of processes, and with it mounts, of its own.
 inline bool ownMounts() {

@@ -93,8 +93,9 @@ END
 touch index
 echo 01 >serial
 key() { openssl ecparam -name prime256v1 -genkey -noout -out "$1.key"; }
+# authority NAME KEY
 authority() {
-  openssl genrsa -out "$1.key" 2048
+  cp "$keys/$2.key" "$1.key"
   openssl req -x509 -new -key "$1.key" -subj "/CN=$1" -days 2 -out "$1.pem" \
     -addext basicConstraints=critical,CA:TRUE -addext keyUsage=critical,keyCertSign
 }
@@ -110,8 +111,8 @@ server() {
     "TCP:127.0.0.1:$plain" >"$1.out" 2>&1 &
   echo $! >>servers
 }
-authority kov
-authority other
+authority kov authority
+authority other server
 openssl x509 -in kov.pem -outform der -out kov.der
 server right localhost kov 20200101000000Z 20490101000000Z $right
 server named other.test kov 20200101000000Z 20490101000000Z $named
@@ -130,11 +131,12 @@ class Https : public e2e::UploadTest {
   void SetUp() override {
     if (!unix_shell::available()) GTEST_SKIP() << "the encrypted servers are programs of the Linux below Wine";
     std::filesystem::create_directories(folder_);
-    std::string ports = "plain=" + std::to_string(server.port()) + "\n";
+    std::string given =
+        "keys='" + unix_shell::keysFolder() + "'\nplain=" + std::to_string(server.port()) + "\n";
     for (const char* name : {"right", "named", "late", "stranger"}) {
-      ports += std::string(name) + "=" + port(name) + "\n";
+      given += std::string(name) + "=" + port(name) + "\n";
     }
-    const auto made = unix_shell::run(folder_, ports + kPutUp);
+    const auto made = unix_shell::run(folder_, given + kPutUp);
     ASSERT_TRUE(made);
     ASSERT_NE(made->exitCode, 77) << "openssl or socat is missing; scripts/setup installs both";
     ASSERT_EQ(made->exitCode, 0) << made->output;

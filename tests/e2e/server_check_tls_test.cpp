@@ -29,15 +29,15 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 /// Makes an authority of its own and, signed by it, one certificate as asked for; then answers
-/// the weekly paths over TLS. Arguments: the certificate's name, its first and last second, the
-/// signer ("authority" or "itself"), s_server's options, the port. Signed by RSA: Wine 8 finds
-/// one in a hundred ECDSA signatures wrong, those with a number that begins with a zero byte.
+/// the weekly paths over TLS. Arguments: the keys' folder, the certificate's name, its first and
+/// last second, the signer ("authority" or "itself"), s_server's options, the port. Signed by RSA:
+/// Wine 8 finds one in a hundred ECDSA signatures wrong, those with a number that begins with a
+/// zero byte.
 constexpr char kServe[] = R"(command -v openssl >/dev/null || exit 77
-name=$1 from=$2 to=$3 signer=$4 options=$5 port=$6
-key="-newkey rsa:2048 -nodes"
-openssl req -x509 $key -days 2 -subj '/CN=KOV throw-away authority' \
-  -keyout authority.key -out authority.pem || exit 1
-openssl req $key -subj "/CN=$name" -keyout server.key -out server.csr || exit 1
+keys=$1 name=$2 from=$3 to=$4 signer=$5 options=$6 port=$7
+openssl req -x509 -key "$keys/authority.key" -days 2 -subj '/CN=KOV throw-away authority' \
+  -out authority.pem || exit 1
+openssl req -new -key "$keys/server.key" -subj "/CN=$name" -out server.csr || exit 1
 mkdir -p issued && : >issued/index && echo 01 >issued/serial
 cat >ca.conf <<END
 [ca]
@@ -55,10 +55,10 @@ commonName = supplied
 subjectAltName = DNS:$name
 extendedKeyUsage = serverAuth
 END
-with="-cert authority.pem -keyfile authority.key"
-[ "$signer" = authority ] || with="-selfsign -keyfile server.key"
+key=$keys/authority.key with='-cert authority.pem'
+[ "$signer" = authority ] || key=$keys/server.key with=-selfsign
 openssl ca -batch -config ca.conf -in server.csr -out server.pem -notext $with \
-  -startdate "$from" -enddate "$to" || exit 1
+  -keyfile "$key" -startdate "$from" -enddate "$to" || exit 1
 openssl x509 -in authority.pem -outform DER -out authority.der || exit 1
 mkdir -p week
 answer='HTTP/1.0 200 OK\r\nContent-Length: 17\r\nConnection: close\r\n\r\n{"seed":20261147}'
@@ -66,7 +66,7 @@ for path in week/current leaderboard board-data board-en leaderboard.txt leaderb
   printf "$answer" >"$path"
 done
 timeout 60 openssl s_server -accept "127.0.0.1:$port" -HTTP -state $options \
-  -key server.key -cert server.pem >server.out 2>&1 &
+  -key "$keys/server.key" -cert server.pem >server.out 2>&1 &
 echo $! >server.pid
 for try in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20; do
   grep -q ACCEPT server.out && exit 0
@@ -100,9 +100,10 @@ class ServerCheckTls : public ::testing::Test {
   void check(const TlsSetup& setup, std::vector<std::string>& lines) {
     if (!unix_shell::available()) GTEST_SKIP() << "the encrypted server runs below Wine only";
     const std::string port = stage::unreachableUrl().substr(sizeof "http://127.0.0.1:" - 1);
-    const auto made = unix_shell::run(
-        folder_, "set -- '" + setup.name + "' " + setup.from + " " + setup.to + " " +
-                     setup.signer + " '" + setup.options + "' " + port + "\n" + kServe);
+    const auto made =
+        unix_shell::run(folder_, "set -- '" + unix_shell::keysFolder() + "' '" + setup.name + "' " +
+                                     setup.from + " " + setup.to + " " + setup.signer + " '" +
+                                     setup.options + "' " + port + "\n" + kServe);
     ASSERT_TRUE(made);
     ASSERT_NE(made->exitCode, 77) << "openssl is missing; scripts/setup installs it";
     ASSERT_EQ(made->exitCode, 0) << made->output;
