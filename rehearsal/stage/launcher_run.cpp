@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <future>
@@ -19,7 +20,8 @@ namespace stage {
 
 namespace {
 
-constexpr DWORD kPipePollMs = 5;
+constexpr DWORD kShortestPollMs = 5;
+constexpr DWORD kLongestPollMs = 40;
 constexpr UINT kEndedByStage = 260;
 
 struct Pipe {
@@ -161,23 +163,26 @@ struct LauncherRun::Impl {
   }
 
   /// Collects the output until the launcher has ended. The end of the pipe says nothing:
-  /// programs that the launcher left running may hold it open.
+  /// programs that the launcher left running may hold it open. The longer it has been silent,
+  /// the less often it is looked at.
   void readUntilEnd() {
+    DWORD pollMs = kShortestPollMs;
     for (bool ended = false; !ended;) {
-      if (recorder) recorder->work(kPipePollMs);
-      ended = WaitForSingleObject(process.get(), recorder ? 0 : kPipePollMs) == WAIT_OBJECT_0;
+      if (recorder) recorder->work(pollMs);
+      ended = WaitForSingleObject(process.get(), recorder ? 0 : pollMs) == WAIT_OBJECT_0;
       if (!ended && GetTickCount64() - startMs > options.limitMs) {
         hang = true;
         TerminateProcess(process.get(), kEndedByStage);
         if (recorder) DebugActiveProcessStop(processId);
         ended = WaitForSingleObject(process.get(), 5000) == WAIT_OBJECT_0;
       }
-      collect();
+      pollMs = collect() ? kShortestPollMs : std::min(2 * pollMs, kLongestPollMs);
     }
     endMs = GetTickCount64();
   }
 
-  void collect() {
+  /// True when there was something to collect.
+  bool collect() {
     const std::string more = takeAvailable(output.get());
     const std::string moreErrors = takeAvailable(errorOutput.get());
     if (options.live && !more.empty()) {
@@ -188,6 +193,7 @@ struct LauncherRun::Impl {
     const std::lock_guard lock(mutex);
     console += more;
     errors += moreErrors;
+    return !more.empty() || !moreErrors.empty();
   }
 
   [[nodiscard]] std::string consoleSoFar() const {

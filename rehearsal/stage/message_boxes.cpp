@@ -20,6 +20,7 @@ namespace stage {
 namespace {
 
 constexpr unsigned kPollMs = 15;
+constexpr wchar_t kDialogClass[] = L"#32770";
 constexpr unsigned kAnswerLimitMs = 2000;  // for a window that is asked for its text
 constexpr LONG_PTR kStaticTypeMask = 0x1F;  // SS_TYPEMASK; not in every header
 constexpr LONG_PTR kButtonTypeMask = 0x0F;  // BS_TYPEMASK
@@ -134,14 +135,14 @@ struct MessageBoxWatcher::Impl {
   }
 
   void look() {
-    std::vector<HWND> windows;
-    EnumWindows(
-        [](HWND window, LPARAM list) -> BOOL {
-          reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
-          return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&windows));
-    for (const HWND window : windows) {
+    // By their class: to ask every window what it is would be many times the work. A box that
+    // goes meanwhile ends the list early; the next look is soon.
+    std::vector<HWND> dialogs;
+    while (HWND next = FindWindowExW(nullptr, dialogs.empty() ? nullptr : dialogs.back(),
+                                     kDialogClass, nullptr)) {
+      dialogs.push_back(next);
+    }
+    for (const HWND window : dialogs) {
       if (concernsUs(window)) attend(window);
     }
     forgetGone();
@@ -153,7 +154,7 @@ struct MessageBoxWatcher::Impl {
     const bool wanted = options.processId != 0 ? processId == options.processId
                         : options.ourOwnToo   ? true
                                               : processId != GetCurrentProcessId();
-    return wanted && IsWindowVisible(window) && className(window) == L"#32770";
+    return wanted && IsWindowVisible(window);
   }
 
   void attend(HWND window) {

@@ -17,7 +17,7 @@ namespace stage {
 namespace {
 
 constexpr unsigned kLossWindowMs = 20;
-constexpr unsigned kIdlePollMs = 20;
+constexpr unsigned kIdlePollMs = 50;  // what comes is seen at once; this is how late a stop is
 constexpr unsigned kLossPollMs = 1;  // the age of a connection must be known to a few ms
 
 struct CloseSocket {
@@ -154,7 +154,7 @@ struct TimerServer::Impl {
     std::string pending;
     char buffer[4096];
     while (!stopping) {
-      if (!readable(socket, kLossPollMs * 5)) continue;
+      if (!readable(socket, kIdlePollMs)) continue;
       const int got = recv(socket, buffer, sizeof buffer, 0);
       if (got <= 0) return;
       if (manner == TimerManner::dropsFirst20Ms && nowMs() - connectedMs < kLossWindowMs) {
