@@ -4,6 +4,7 @@
 
 #include <cwchar>
 #include <exception>
+#include <nlohmann/json.hpp>
 
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/process.h"
@@ -23,7 +24,7 @@ void waitForLauncher(const std::filesystem::path& launchState) {
 }
 
 void writeFiles(const stage::StandIn& game) {
-  const nlohmann::json writes = game.value("writes", nlohmann::json::array());
+  const nlohmann::json writes = game.script().value("writes", nlohmann::json::array());
   for (const nlohmann::json& write : writes) {
     const std::filesystem::path path = stage::pathOf(write.value("path", ""));
     const std::filesystem::path from = stage::pathOf(write.value("from", ""));
@@ -35,7 +36,7 @@ void writeFiles(const stage::StandIn& game) {
       game.note("write failed", error.what());
     }
   }
-  const nlohmann::json deletes = game.value("deletes", nlohmann::json::array());
+  const nlohmann::json deletes = game.script().value("deletes", nlohmann::json::array());
   for (const nlohmann::json& name : deletes) {
     const std::filesystem::path path = stage::pathOf(name.get<std::string>());
     game.note(DeleteFileW(path.c_str()) ? "delete" : "delete failed", stage::textOf(path));

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "rehearsal/stage/files.h"
@@ -68,7 +69,7 @@ void prepare(stage::TimerServer& server, const stage::StandIn& timer,
              const std::optional<stage::TimerSplits>& splits) {
   server.replyState(timer.value("phase", std::string("NotRunning")), finalTime(timer, splits),
                     seconds(timer, "lastSplit", std::nullopt), seconds(timer, "currentTime", 0.0));
-  const nlohmann::json scripted = timer.value("replies", nlohmann::json::object());
+  const nlohmann::json scripted = timer.script().value("replies", nlohmann::json::object());
   for (const auto& [command, lines] : scripted.items()) {
     std::vector<stage::TimerReply> replies;
     for (const nlohmann::json& line : lines) {

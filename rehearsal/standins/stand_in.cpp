@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "rehearsal/stage/files.h"
 #include "rehearsal/stage/text.h"
@@ -19,8 +20,29 @@ nlohmann::json readScript(std::filesystem::path program) {
 
 }  // namespace
 
-StandIn::StandIn(std::string_view who) : who_(who), script_(readScript(program())) {
+StandIn::StandIn(std::string_view who)
+    : who_(who), script_(std::make_unique<nlohmann::json>(readScript(program()))) {
   timeline_ = Timeline(path("timeline"));
+}
+
+StandIn::~StandIn() = default;
+
+bool StandIn::value(const char* name, bool fallback) const {
+  return script_->value(name, fallback);
+}
+
+int StandIn::value(const char* name, int fallback) const { return script_->value(name, fallback); }
+
+unsigned StandIn::value(const char* name, unsigned fallback) const {
+  return script_->value(name, fallback);
+}
+
+unsigned short StandIn::value(const char* name, unsigned short fallback) const {
+  return script_->value(name, fallback);
+}
+
+std::string StandIn::value(const char* name, const std::string& fallback) const {
+  return script_->value(name, fallback);
 }
 
 std::filesystem::path StandIn::path(const char* name) const {

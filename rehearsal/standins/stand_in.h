@@ -1,7 +1,8 @@
 #pragma once
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 
@@ -15,14 +16,18 @@ class StandIn {
  public:
   /// `who` is the stand-in's name in the timeline.
   explicit StandIn(std::string_view who);
+  ~StandIn();
 
-  /// A value of the script, or `fallback` when the script does not name it.
-  template <class Value>
-  [[nodiscard]] Value value(const char* name, Value fallback) const {
-    return script_.value(name, fallback);
-  }
+  // A value of the script, or `fallback` when the script does not name it. One of another
+  // kind ends the program.
+  [[nodiscard]] bool value(const char* name, bool fallback) const;
+  [[nodiscard]] int value(const char* name, int fallback) const;
+  [[nodiscard]] unsigned value(const char* name, unsigned fallback) const;
+  [[nodiscard]] unsigned short value(const char* name, unsigned short fallback) const;
+  [[nodiscard]] std::string value(const char* name, const std::string& fallback) const;
+  void value(const char* name, const char* fallback) const = delete;  // would be taken as bool
   [[nodiscard]] std::filesystem::path path(const char* name) const;
-  [[nodiscard]] const nlohmann::json& script() const { return script_; }
+  [[nodiscard]] const nlohmann::json& script() const { return *script_; }
   [[nodiscard]] const Timeline& timeline() const { return timeline_; }
 
   void note(std::string_view what, std::string_view text = {}) const;
@@ -34,7 +39,7 @@ class StandIn {
 
  private:
   std::string who_;
-  nlohmann::json script_;
+  std::unique_ptr<const nlohmann::json> script_;  ///< most stand-ins need not know of JSON
   Timeline timeline_;
 };
 
