@@ -1,4 +1,5 @@
 #include "result/flat_json.h"
+#include "tests/unit/one_scan.h"
 
 #include <gtest/gtest.h>
 
@@ -291,11 +292,13 @@ TEST(FlatJson, integerThatIsNoNumberReadsAsZero) {
 }
 
 TEST(FlatJson, longTextIsSearchedInOneScan) {
-  const std::string filler(10'000'000, '"');
-  EXPECT_EQ(findText(filler + "status\":", "\"status\":", 0), filler.size() - 1);
-  EXPECT_EQ(quotedValueAfter("\"status\":" + std::string(10'000'000, 'x'), "\"status\":"),
-            std::nullopt);
-  EXPECT_EQ(rawJsonField("\"total\":" + std::string(10'000'000, ' '), "\"total\""), "");
+  constexpr std::size_t kBytes = 1'000'000;
+  const std::string quotes = std::string(kBytes, '"') + "status\":";
+  expectOneScan(kBytes, [&] { EXPECT_EQ(findText(quotes, "\"status\":", 0), kBytes - 1); });
+  const std::string open = "\"status\":" + std::string(kBytes, 'x');
+  expectOneScan(kBytes, [&] { EXPECT_EQ(quotedValueAfter(open, "\"status\":"), std::nullopt); });
+  const std::string blank = "\"total\":" + std::string(kBytes, ' ');
+  expectOneScan(kBytes, [&] { EXPECT_EQ(rawJsonField(blank, "\"total\""), ""); });
 }
 
 }  // namespace

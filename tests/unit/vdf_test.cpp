@@ -1,4 +1,5 @@
 #include "steam/vdf.h"
+#include "tests/unit/one_scan.h"
 
 #include <gtest/gtest.h>
 
@@ -60,10 +61,11 @@ TEST(Vdf, tokensAreBytes) {
 
 TEST(Vdf, longTextIsReadInOneScan) {
   std::string text;
-  for (int i = 0; i < 300'000; ++i) text += "\"k\"{";
-  EXPECT_TRUE(tokenizeVdf(text) == Tokens(300'000, "k"));
+  for (int i = 0; i < 100'000; ++i) text += "\"k\"{";
+  expectOneScan(text.size(), [&] { EXPECT_TRUE(tokenizeVdf(text) == Tokens(100'000, "k")); });
   const std::string value(1'000'000, 'x');
-  EXPECT_TRUE(tokenizeVdf("\"" + value + "\"" + "\"" + value) == Tokens{value});
+  const std::string open = "\"" + value + "\"" + "\"" + value;
+  expectOneScan(open.size(), [&] { EXPECT_TRUE(tokenizeVdf(open) == Tokens{value}); });
 }
 
 }  // namespace
