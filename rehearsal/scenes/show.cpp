@@ -81,7 +81,7 @@ Show::Show(std::string_view scene, const stage::Rules& rules)
 
 void Show::setUp() {
   machine_.putUpStandardMachine(serverUrl_);
-  machine_.installShowingCard();
+  if (showsCards_) machine_.installShowingCard();
   setServerStartup(true);
   if (package_ == nullptr) return;
   putOnStage(*package_, machine_);

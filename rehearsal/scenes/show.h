@@ -30,6 +30,9 @@ class Show {
   /// before setUp(); the package must outlive the show.
   void usePackage(const Package& package) { package_ = &package; }
 
+  /// The cards are noted but not shown. Call it before setUp().
+  void showNoCards() { showsCards_ = false; }
+
   /// The standard machine with its settings for the scene's server.
   void setUp();
   /// Writes the standard settings again, followed by these.
@@ -91,6 +94,7 @@ class Show {
   CardPlayer cardPlayer_;
   std::string serverUrl_;
   const Package* package_ = nullptr;
+  bool showsCards_ = true;
   std::function<void()> look_;
   std::size_t requestsBefore_ = 0;
   stage::RunResult run_;

@@ -340,6 +340,7 @@ class EachScene : public ::testing::TestWithParam<Scene> {
   void play(const Scene& scene) {
     Show show(scene.name, scene.rules());
     show.machine().keepFolder(false);
+    show.showNoCards();  // ./rehearse shows them
     show.beforePlay([&] { ask(show); });
     scene.play(show);
     EXPECT_TRUE(show.conclude());
