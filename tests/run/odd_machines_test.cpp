@@ -23,8 +23,8 @@
 namespace worlds {
 namespace {
 
-/// What is done to a world or a scene. The most are plain functions and kept as such: hundreds
-/// of lambdas, each a std::function of its own, take half a minute to compile.
+/// What is done to a world or a scene. Most are plain functions and kept as such: hundreds of
+/// lambdas, each a std::function of its own, took 20 s to compile.
 template <class Subject>
 class Change {
  public:
