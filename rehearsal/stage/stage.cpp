@@ -74,7 +74,7 @@ Stage::Stage(std::string_view name) : root_(stagesRoot() / pathOf(name)) {
   if (name.empty() || name.find_first_of("\\/:.") != std::string_view::npos) {
     throw std::runtime_error("a stage needs a plain name");
   }
-  endPrograms();
+  if (pathExists(root_)) endPrograms();
   removeTree(root_);
   if (pathExists(root_)) throw std::runtime_error("cannot remove the old " + textOf(root_));
   for (const fs::path& folder : {app(), data(), local(), bin()}) fs::create_directories(folder);

@@ -57,7 +57,7 @@ class ShownCard {
                         &startup, &process_)) {
       return;
     }
-    WaitForInputIdle(process_.hProcess, 2000);
+    waitForWindow();
   }
   ~ShownCard() {
     if (process_.hProcess == nullptr) return;
@@ -69,6 +69,15 @@ class ShownCard {
   ShownCard& operator=(const ShownCard&) = delete;
 
  private:
+  /// Loads user32 itself: for a recorder that shows nothing it would be most of its start.
+  void waitForWindow() const {
+    using Wait = DWORD(WINAPI*)(HANDLE, DWORD);
+    const HMODULE user32 = LoadLibraryExW(L"user32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    const FARPROC wait = user32 ? GetProcAddress(user32, "WaitForInputIdle") : nullptr;
+    // By way of void*, or the compiler warns of two functions that differ.
+    if (wait) reinterpret_cast<Wait>(reinterpret_cast<void*>(wait))(process_.hProcess, 2000);
+  }
+
   PROCESS_INFORMATION process_{};
 };
 
