@@ -140,14 +140,14 @@ struct LauncherRun::Impl {
     Pipe err = makePipe(false);
     if (options.recordBoxCalls) recorder.emplace();
     startMs = GetTickCount64();
-    StartedProgram started = startProgram(
-        {.program = program,
-         .arguments = toWide(arguments),
-         .currentFolder =
-             options.currentFolder.empty() ? program.parent_path() : options.currentFolder,
-         .environment = environmentBlock(options.environment),
-         .flags = CREATE_NO_WINDOW | (recorder ? DEBUG_ONLY_THIS_PROCESS : 0U),
-         .standardHandles = {{in.read.get(), out.write.get(), err.write.get()}}});
+    StartedProgram started =
+        startProgram({.program = program,
+                      .arguments = toWide(arguments),
+                      .currentFolder = options.currentFolder.empty() ? program.parent_path()
+                                                                     : options.currentFolder,
+                      .environment = environmentBlock(options.environment),
+                      .flags = noWindow() | (recorder ? DEBUG_ONLY_THIS_PROCESS : 0U),
+                      .standardHandles = {{in.read.get(), out.write.get(), err.write.get()}}});
     process = std::move(started.process);
     processId = started.id;
     input = std::move(in.write);

@@ -1,6 +1,8 @@
 #include "rehearsal/stage/program_start.h"
 
+#include <array>
 #include <cstddef>
+#include <mutex>
 #include <set>
 #include <stdexcept>
 #include <vector>
@@ -40,7 +42,45 @@ class InheritedHandles {
   std::vector<std::byte> memory_;
 };
 
+/// Takes over the hidden console of a helper, which then ends. Our standard handles stay as
+/// they are. False when there is none to be had.
+bool attachHiddenConsole() {
+  constexpr DWORD kNames[] = {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE};
+  constexpr unsigned kPollMs = 5;
+  constexpr unsigned kLimitMs = 5000;
+  wchar_t system[MAX_PATH] = {};
+  if (GetSystemDirectoryW(system, MAX_PATH) == 0) return false;
+  const std::array<HANDLE, 3> before = {GetStdHandle(kNames[0]), GetStdHandle(kNames[1]),
+                                        GetStdHandle(kNames[2])};
+  // It waits for a command that nobody types.
+  const StartedProgram helper = startProgram({.program = std::filesystem::path(system) / "cmd.exe",
+                                              .arguments = L"/d /q",
+                                              .flags = CREATE_NO_WINDOW});
+  FreeConsole();  // Wine counts one that is not there any more as ours
+  bool attached = false;
+  for (unsigned waited = 0; !attached && waited < kLimitMs; waited += kPollMs) {
+    attached = AttachConsole(helper.id) != FALSE;
+    if (!attached && WaitForSingleObject(helper.process.get(), kPollMs) == WAIT_OBJECT_0) break;
+  }
+  TerminateProcess(helper.process.get(), 0);
+  WaitForSingleObject(helper.process.get(), kLimitMs);
+  for (std::size_t i = 0; i < before.size(); ++i) SetStdHandle(kNames[i], before[i]);
+  return attached;
+}
+
 }  // namespace
+
+DWORD noWindow() {
+  static std::mutex guard;
+  static bool hidden = false;
+  static bool failed = false;
+  const std::lock_guard lock(guard);
+  if (GetConsoleCP() == 0 && !failed) {
+    hidden = attachHiddenConsole();
+    failed = !hidden;
+  }
+  return hidden ? 0 : CREATE_NO_WINDOW;
+}
 
 StartedProgram startProgram(const ProgramStart& start) {
   std::wstring commandLine = L"\"" + start.program.wstring() + L"\"";

@@ -31,6 +31,11 @@ struct StartedProgram {
 /// Throws std::runtime_error when the program does not start.
 StartedProgram startProgram(const ProgramStart& start);
 
+/// The flag of a start after which a console program shows no window: its console is this
+/// program's own where that is hidden, and else a hidden one of its own. A program without a
+/// console makes itself a hidden one at the first call.
+DWORD noWindow();
+
 /// A file to be given to a program as a standard handle; none when it cannot be opened.
 WinHandle openInheritable(const std::filesystem::path& file, DWORD access, DWORD disposition);
 

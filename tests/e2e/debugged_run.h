@@ -22,12 +22,12 @@ inline std::optional<std::uint32_t> runDebugged(stage::Debugger& debugger,
                                                 const std::wstring& arguments = {}) {
   const stage::WinHandle nothing =
       stage::openInheritable("NUL", GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING);
-  const stage::StartedProgram started = stage::startProgram(
-      {.program = program,
-       .arguments = arguments,
-       .currentFolder = program.parent_path(),
-       .flags = DEBUG_ONLY_THIS_PROCESS | CREATE_NO_WINDOW,
-       .standardHandles = {{nothing.get(), nothing.get(), nothing.get()}}});
+  const stage::StartedProgram started =
+      stage::startProgram({.program = program,
+                           .arguments = arguments,
+                           .currentFolder = program.parent_path(),
+                           .flags = DEBUG_ONLY_THIS_PROCESS | stage::noWindow(),
+                           .standardHandles = {{nothing.get(), nothing.get(), nothing.get()}}});
   const std::uint64_t end = GetTickCount64() + limitMs;
   while (!debugger.exitCode() && GetTickCount64() < end) debugger.work(50);
   if (!debugger.exitCode()) {

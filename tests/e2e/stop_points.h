@@ -48,7 +48,7 @@ class StopPoints {
     program_ = stage::startProgram({.program = program,
                                     .arguments = arguments,
                                     .currentFolder = program.parent_path(),
-                                    .flags = DEBUG_ONLY_THIS_PROCESS | CREATE_NO_WINDOW,
+                                    .flags = DEBUG_ONLY_THIS_PROCESS | stage::noWindow(),
                                     .standardHandles = {{in.get(), out.get(), out.get()}}});
   }
   StopPoints(const StopPoints&) = delete;
