@@ -38,6 +38,26 @@ void eachProcess(const std::function<void(const PROCESSENTRY32W&)>& look) {
   }
 }
 
+/// What the paths of everything in this folder begin with.
+std::wstring beginningOf(const std::filesystem::path& folder) {
+  return std::filesystem::path(folder).make_preferred().wstring() + L"\\";
+}
+
+bool isBelow(const RunningProcess& process, const std::wstring& start) {
+  return _wcsnicmp(process.path.c_str(), start.c_str(), start.size()) == 0;
+}
+
+std::vector<RunningProcess> processesWhere(
+    const std::function<bool(const RunningProcess&)>& wanted) {
+  std::vector<RunningProcess> found;
+  eachProcess([&](const PROCESSENTRY32W& entry) {
+    RunningProcess process = {entry.th32ProcessID, toUtf8(entry.szExeFile),
+                              programPath(entry.th32ProcessID)};
+    if (wanted(process)) found.push_back(std::move(process));
+  });
+  return found;
+}
+
 bool waitUntil(unsigned limitMs, const std::function<bool()>& done) {
   const std::uint64_t end = GetTickCount64() + limitMs;
   while (!done()) {
@@ -79,14 +99,18 @@ std::vector<RunningProcess> findProcesses(std::string_view imageName) {
 }
 
 std::vector<RunningProcess> processesBelow(const std::filesystem::path& folder) {
-  const std::wstring start = std::filesystem::path(folder).make_preferred().wstring() + L"\\";
-  std::vector<RunningProcess> found;
-  eachProcess([&](const PROCESSENTRY32W& entry) {
-    const std::filesystem::path path = programPath(entry.th32ProcessID);
-    if (_wcsnicmp(path.c_str(), start.c_str(), start.size()) != 0) return;
-    found.push_back({entry.th32ProcessID, toUtf8(entry.szExeFile), path});
+  const std::wstring start = beginningOf(folder);
+  return processesWhere([&](const RunningProcess& process) { return isBelow(process, start); });
+}
+
+std::vector<RunningProcess> processesOutsideWindows() {
+  wchar_t windows[MAX_PATH] = {};
+  GetWindowsDirectoryW(windows, MAX_PATH);
+  const std::wstring start = beginningOf(windows);
+  return processesWhere([&](const RunningProcess& process) {
+    // A process that has just ended has no path any more.
+    return process.id != GetCurrentProcessId() && !process.path.empty() && !isBelow(process, start);
   });
-  return found;
 }
 
 bool endProcess(std::uint32_t id) {

@@ -27,6 +27,9 @@ std::vector<RunningProcess> findProcesses(std::string_view imageName);
 /// The running processes whose program lies in this folder or below it.
 std::vector<RunningProcess> processesBelow(const std::filesystem::path& folder);
 
+/// The running processes whose program lies outside of Windows' own folder, this one aside.
+std::vector<RunningProcess> processesOutsideWindows();
+
 /// Ends one process by its id and waits for its end (at most 5 s). True when it is gone.
 bool endProcess(std::uint32_t id);
 
