@@ -56,7 +56,7 @@ bool attachHiddenConsole() {
   const StartedProgram helper = startProgram({.program = std::filesystem::path(system) / "cmd.exe",
                                               .arguments = L"/d /q",
                                               .flags = CREATE_NO_WINDOW});
-  FreeConsole();  // Wine counts one that is not there any more as ours
+  FreeConsole();  // started from outside of Wine, we count as having one
   bool attached = false;
   for (unsigned waited = 0; !attached && waited < kLimitMs; waited += kPollMs) {
     attached = AttachConsole(helper.id) != FALSE;
