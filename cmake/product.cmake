@@ -22,10 +22,7 @@ elseif(KOV_SANITIZE)
   # A test's own code takes twice as long to compile at -O1, and is about as fast.
   target_compile_options(kov_flags INTERFACE
     $<IF:$<BOOL:$<TARGET_PROPERTY:KOV_IS_TEST>>,-O0,-O1> -g1
-    -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all
-    # To ask of each pointer in a test's own code whether it is null, aligned and of its type takes
-    # a quarter to a third of its compilation. Memory that is not there is seen all the same.
-    $<$<BOOL:$<TARGET_PROPERTY:KOV_IS_TEST>>:-fno-sanitize=null,alignment,object-size,vptr>)
+    -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)
   # An index beyond a text's end is within its memory, so that only the library sees it.
   target_compile_definitions(kov_flags INTERFACE
     $<$<NOT:$<BOOL:$<TARGET_PROPERTY:KOV_IS_TEST>>>:_GLIBCXX_ASSERTIONS>)
